@@ -1,0 +1,21 @@
+# One interface target carries the language, the warnings and the sanitizers for everything that is ours.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+find_program(QUILLBOX_CCACHE ccache)
+if(QUILLBOX_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUILLBOX_CCACHE})
+endif()
+
+add_library(quillbox_settings INTERFACE)
+target_compile_options(quillbox_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
+    -Wnull-dereference -Wformat=2 -Werror)
+target_include_directories(quillbox_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
+if(QUILLBOX_SANITIZE)
+    target_compile_options(quillbox_settings INTERFACE
+        -fsanitize=${QUILLBOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1
+        -Wno-null-dereference -Wno-maybe-uninitialized)
+    target_link_options(quillbox_settings INTERFACE -fsanitize=${QUILLBOX_SANITIZE})
+endif()

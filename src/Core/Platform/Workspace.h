@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+namespace quillbox {
+
+/// The desktop around the program. Main thread; never blocks.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    /// Shows a file or folder in the desktop's file manager.
+    virtual void openFile(const std::string& path) = 0;
+    /// Shows one alert with its default button; alerts queue. Without a display it is a log line.
+    virtual void runAlert(const std::string& title, const std::string& message) = 0;
+};
+
+}  // namespace quillbox
