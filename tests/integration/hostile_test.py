@@ -1,0 +1,121 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""A device that lies, and devices that hold very much."""
+
+import os
+import subprocess
+import unittest
+
+from harness import PATIENCE, DeviceTest, is_mounted, run, tree, wait_for
+
+BROKEN_ANSWERS = ["wrong-magic", "short", "oversized", "truncated-close", "wrong-number",
+                  "wrong-operation", "data-for-status", "endless-keys", "odd-keys"]
+
+
+class Hostile(DeviceTest):
+    def setUp(self):
+        super().setUp()
+        self.start()
+        self.udid = self.simulator.udids[0]
+        with open(os.path.join(self.media, "file"), "wb") as file:
+            file.write(b"0123456789" * 1000)
+
+    def content(self):
+        with open(os.path.join(self.volume, "file"), "rb") as file:
+            return file.read()
+
+    def recovers(self):
+        def good():
+            try:
+                return self.content() == b"0123456789" * 1000 and "file" in os.listdir(self.volume)
+            except OSError:
+                return False
+
+        wait_for(good, 5 * PATIENCE, "the volume works again")
+        self.assertIsNone(self.quillbox.process.poll())
+        self.assertTrue(is_mounted(self.volume))
+
+    def test_every_broken_answer_to_every_kind_of_request(self):
+        requests = {
+            "file-info": lambda: os.stat(os.path.join(self.volume, "file")),
+            "read-directory": lambda: os.listdir(self.volume),
+            "file-open": self.content,
+            "file-read": self.content,
+            "file-seek": self.content,
+            "file-write": lambda: open(os.path.join(self.volume, "other"), "wb").write(b"x"),
+            "make-directory": lambda: os.mkdir(os.path.join(self.volume, "folder")),
+            "remove": lambda: os.remove(os.path.join(self.volume, "other")),
+            "rename": lambda: os.rename(os.path.join(self.volume, "other"),
+                                        os.path.join(self.volume, "third")),
+        }
+        for kind, request in requests.items():
+            for variant in BROKEN_ANSWERS:
+                with self.subTest(kind=kind, variant=variant):
+                    open(os.path.join(self.media, "other"), "wb").close()
+                    for name in ("folder", "third"):
+                        path = os.path.join(self.media, name)
+                        if os.path.isdir(path):
+                            os.rmdir(path)
+                        elif os.path.exists(path):
+                            os.remove(path)
+                    self.simulator.ctl("malformed", kind, 1, variant, self.udid)
+                    try:
+                        request()
+                    except OSError as error:
+                        self.assertNotEqual(str(error), "")
+                    self.simulator.ctl("malformed", "clear")
+                    self.recovers()
+
+    def test_names_that_lead_elsewhere_never_reach_a_program(self):
+        self.simulator.ctl("malformed", "read-directory", 1, "hostile-names", self.udid)
+        names = os.listdir(self.volume)
+        for name in names:
+            self.assertNotIn("/", name)
+            self.assertNotIn("\0", name)
+            self.assertNotIn(name, ("", ".", ".."))
+        self.recovers()
+
+    def test_a_hundred_thousand_entries(self):
+        self.simulator.ctl("malformed", "read-directory", 1, "many-entries", self.udid)
+        names = os.listdir(self.volume)
+        self.assertGreaterEqual(len(names), 100_000)
+        self.recovers()
+
+    def test_links_that_lead_out_of_the_volume_are_only_links(self):
+        os.symlink("../../../../etc/passwd", os.path.join(self.media, "out"))
+        self.assertEqual(os.readlink(os.path.join(self.volume, "out")), "../../../../etc/passwd")
+        target = self.local("copy")
+        os.makedirs(target)
+        run("cp", "-a", os.path.join(self.volume, "out"), target)
+        self.assertTrue(os.path.islink(os.path.join(target, "out")))
+
+
+class SixtyThousandPictures(DeviceTest):
+    FOLDERS, PICTURES = 60, 1000
+
+    def test_they_are_found_listed_and_copied_with_bounded_memory(self):
+        self.start("--devices", "1")
+        camera = os.path.join(self.media, "pictures")
+        for folder in range(self.FOLDERS):
+            os.makedirs(os.path.join(camera, f"{100 + folder}APPLE"))
+            for number in range(self.PICTURES):
+                with open(os.path.join(camera, f"{100 + folder}APPLE", f"IMG_{number:04}.JPG"), "wb") as file:
+                    file.write(b"%d/%d" % (folder, number))
+        there = os.path.join(self.volume, "pictures")
+        found = run("find", there, "-type", "f", seconds=200).stdout.splitlines()
+        self.assertEqual(len(set(found)), self.FOLDERS * self.PICTURES)
+        after_find = self.quillbox.resident_kib()
+        for name in os.listdir(there):
+            lines = run("ls", "-l", os.path.join(there, name)).stdout.splitlines()
+            self.assertEqual(len(lines), self.PICTURES + 1)
+        target = self.local("backup")
+        os.makedirs(target)
+        subprocess.run(["rsync", "-a", there + "/", target + "/"], check=True,
+                       timeout=300 * PATIENCE, stdin=subprocess.DEVNULL)
+        self.assertEqual(tree(target), tree(camera))
+        grown = self.quillbox.resident_kib() - after_find
+        # What remains after one walk may not pile up in the next two.
+        self.assertLess(grown, 64 * 1024)
+
+
+if __name__ == "__main__":
+    unittest.main()
