@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace quillbox::host {
+
+/// Owns one open file descriptor. Moves, never copies.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+
+    FileDescriptor(FileDescriptor&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        if (this != &other) {
+            reset(std::exchange(other.descriptor_, -1));
+        }
+        return *this;
+    }
+
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    ~FileDescriptor() { reset(); }
+
+    int get() const { return descriptor_; }
+
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+    /// Gives the descriptor away without closing it.
+    int release() { return std::exchange(descriptor_, -1); }
+
+    void reset(int descriptor = -1) {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+        descriptor_ = descriptor;
+    }
+
+private:
+    int descriptor_ = -1;
+};
+
+}  // namespace quillbox::host
