@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/Platform/LogLine.h"
+#include "Core/Volumes/CommonData.h"
+#include "Core/Volumes/DeviceInformationWindow.h"
+#include "Core/Volumes/iPodDevice.h"
+
+namespace quillbox {
+
+// Menus may outlive their device for a moment: an action then does nothing.
+MenuItem::Action iPodDevice::action(void (*work)(iPodDevice&, MenuItem&)) {
+    return [weak = weak_from_this(), work](MenuItem& sender) {
+        if (const auto device = weak.lock()) {
+            work(*device, sender);
+        }
+    };
+}
+
+void iPodDevice::addMenuForDevice() {
+    const auto& topMenu = CommonData::sharedInstance().topMenu();
+    if (topMenu) {
+        topMenu->removeItem(topMenu->itemWithTitle(kPlaceholderTitle).get());
+    }
+    logLine(platform_.log, LogLevel::Info, "addMenuForDevice");
+    const std::string name = deviceName();
+    const auto make = [this](const char* title, void (*work)(iPodDevice&, MenuItem&)) {
+        auto item = std::make_shared<MenuItem>(title, action(work));
+        item->target = this;
+        return item;
+    };
+    const auto reveal = [](iPodDevice& device, MenuItem&) { device.revealInFinder(); };
+
+    mi_deviceMenu_ = std::make_shared<MenuItem>(name);
+    submi_revealInFinder_ = make("Reveal In Finder", reveal);
+    submi_connectionRoot_ = std::make_shared<MenuItem>("Change Connection Root");
+    submi_startMount_ =
+        make("Mount Device", [](iPodDevice& device, MenuItem&) { device.mountDevice(); });
+    submi_stopMount_ =
+        make("Unmount Device", [](iPodDevice& device, MenuItem&) { device.stopMount(); });
+    submi_aboutThisDevice_ = make("Device Info", [](iPodDevice& device, MenuItem& sender) {
+        device.showAboutThisDevice(sender);
+    });
+    const auto heading = std::make_shared<MenuItem>("Current Connection Root:");
+    heading->isEnabled = false;
+    submi_selectMenuItem_ = make("", reveal);
+    submi_selectMenuItem_->state = true;
+
+    const auto submenu = std::make_shared<Menu>(name);
+    for (const auto& item :
+         {submi_revealInFinder_, submi_connectionRoot_, submi_startMount_, submi_stopMount_,
+          submi_aboutThisDevice_, MenuItem::separatorItem(), heading, submi_selectMenuItem_}) {
+        submenu->addItem(item);
+    }
+    submenu->autoenablesItems = false;
+    mi_deviceMenu_->submenu = submenu;
+    if (topMenu) {
+        topMenu->insertItem(mi_deviceMenu_, kDeviceMenuIndex);
+    }
+    submi_startMount_->isEnabled = true;
+    submi_stopMount_->isEnabled = false;
+    submi_revealInFinder_->isEnabled = false;
+}
+
+void iPodDevice::revealInFinder() const {
+    logLine(platform_.log, LogLevel::Info, "revealInFinder");
+    if (isMounted_) {
+        platform_.workspace.openFile(myMountPath_);
+    }
+}
+
+void iPodDevice::showAboutThisDevice(MenuItem& /*sender*/) {
+    if (auto* window = CommonData::sharedInstance().deviceInformationWindow()) {
+        window->displayAboutThisDevice(*this);
+    }
+}
+
+}  // namespace quillbox
