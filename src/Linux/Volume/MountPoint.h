@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <string>
+
+namespace quillbox::volume {
+
+/// The folder that a volume is shown at: made where there is none, and removed only where we made
+/// it. `remove` is for any thread, at any time after `prepare`.
+class MountPoint {
+public:
+    /// The path is made absolute and free of links, as the mount table shows it, by `prepare`.
+    explicit MountPoint(std::string path) : path_(std::move(path)) {}
+
+    /// Makes the folder, or finds that there is an empty one; else an errno number: ENOTEMPTY for
+    /// a folder with content, ENOTDIR for something else, or what making it gave.
+    int prepare();
+    /// Removes the folder, where `prepare` made it and it is empty. Harmless otherwise.
+    void remove();
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+    std::atomic<bool> isOurs_ = false;
+};
+
+}  // namespace quillbox::volume

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Core/Platform/UserFileSystem.h"
+#include "Linux/Volume/Nodes.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace quillbox::volume {
+
+/// The number by which the kernel knows an open file or listing; never used twice.
+using HandleId = std::uint64_t;
+
+/// One open of one file.
+struct OpenFile {
+    NodeId node = 0;
+    GMUserData userData;  ///< the delegate's, for every later call of this open
+    bool isWritable = false;
+    bool isVirtual = false;  ///< made up by the volume: the delegate knows nothing of it
+};
+
+/// The files that programs have open. Any thread.
+class OpenFiles {
+public:
+    HandleId add(OpenFile file) {
+        const std::lock_guard lock(mutex_);
+        const HandleId handle = next_++;
+        files_.emplace(handle, std::move(file));
+        return handle;
+    }
+
+    std::optional<OpenFile> find(HandleId handle) const {
+        const std::lock_guard lock(mutex_);
+        const auto found = files_.find(handle);
+        return found == files_.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    /// Some writable open of a node: the way to a file whose path is gone.
+    std::optional<OpenFile> writable(NodeId node) const {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [handle, file] : files_) {
+            if (file.node == node && file.isWritable) {
+                return file;
+            }
+        }
+        return std::nullopt;
+    }
+
+    /// Takes a file out; nothing when it is not there (any more).
+    std::optional<OpenFile> take(HandleId handle) {
+        const std::lock_guard lock(mutex_);
+        const auto found = files_.find(handle);
+        if (found == files_.end()) {
+            return std::nullopt;
+        }
+        OpenFile file = std::move(found->second);
+        files_.erase(found);
+        return file;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    HandleId next_ = 1;
+    std::map<HandleId, OpenFile> files_;
+};
+
+}  // namespace quillbox::volume

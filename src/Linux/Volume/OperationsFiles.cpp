@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Opening, creating, reading, writing and releasing files.
+#include "Linux/Volume/Operations.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fcntl.h>
+
+namespace quillbox::volume {
+namespace {
+
+// What the delegate is told of the flags. The kernel adds bits of its own to every open, and tools
+// add O_NOFOLLOW and O_NOATIME; a delegate that takes any further bit for a wish to write must not
+// see them.
+constexpr int kDelegateFlags = O_ACCMODE | O_NONBLOCK | O_APPEND;
+
+bool isForWriting(int flags) {
+    return (flags & O_ACCMODE) != O_RDONLY;
+}
+
+}  // namespace
+
+Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
+    if (nodes_.isVirtual(node)) {
+        if (isForWriting(flags) || (flags & O_TRUNC) != 0) {
+            return Failure{EACCES};
+        }
+        nodes_.hold(node);
+        return files_.add(OpenFile{node, nullptr, false, true});
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    if (nodes_.isRemoved(node)) {
+        return Failure{ENOENT};
+    }
+    const std::string path = *nodes_.path(node);
+    GMUserData userData;
+    const auto opened = ask([&](GMErrorOut error) {
+        return delegate_.openFileAtPath(path, flags & kDelegateFlags, &userData, error);
+    });
+    if (!opened) {
+        return opened.failure();
+    }
+    if ((flags & O_TRUNC) != 0) {
+        // A file that is open for reading only is cut by its path.
+        const auto cut = resize(node, path, isForWriting(flags) ? userData : nullptr, 0);
+        if (!cut) {
+            delegate_.releaseFileAtPath(path, userData);
+            return cut.failure();
+        }
+    }
+    nodes_.hold(node);
+    return files_.add(OpenFile{node, userData, isForWriting(flags), false});
+}
+
+Result<CreatedFile> Operations::create(Caller& caller, NodeId parent, const std::string& name,
+                                       mode_t mode, int flags) {
+    const auto path = newPath(parent, name);
+    if (!path) {
+        return path.failure();
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    const auto place = newPath(parent, name);  // the folder may have moved while we waited
+    if (!place) {
+        return place.failure();
+    }
+    if ((flags & O_EXCL) != 0) {
+        const auto absent = askAbsence(*place);
+        if (!absent) {
+            return absent.failure();
+        }
+    }
+    GMUserData userData;
+    const PropertyDictionary attributes{{std::string(NSFilePosixPermissions), std::uint64_t{mode}}};
+    const auto created = ask([&](GMErrorOut error) {
+        return delegate_.createFileAtPath(*place, attributes, &userData, error);
+    });
+    if (!created) {
+        return created.failure();
+    }
+    // The delegate opens a file that is there without cutting it.
+    if ((flags & O_TRUNC) != 0) {
+        backing_.beginCall();
+        const AFCError refusal = backing_.setFileSize(*place, userData, 0);
+        if (refusal != kAFCSuccess) {
+            delegate_.releaseFileAtPath(*place, userData);
+            return Failure{errnoOfDevice(refusal)};
+        }
+    }
+    const auto made = freshEntry(parent, name, *place);
+    if (!made) {
+        delegate_.releaseFileAtPath(*place, userData);
+        return made.failure();
+    }
+    nodes_.hold(made->node);
+    // The delegate creates for reading and writing.
+    return CreatedFile{*made, files_.add(OpenFile{made->node, userData, true, false})};
+}
+
+Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buffer,
+                                     std::size_t size, std::int64_t offset) {
+    const auto file = files_.find(handle);
+    if (!file || offset < 0) {
+        return Failure{EBADF};
+    }
+    if (file->isVirtual) {
+        const auto start = std::min(static_cast<std::size_t>(offset), volumeInformation_.size());
+        const auto count = std::min(size, volumeInformation_.size() - start);
+        std::memcpy(buffer, volumeInformation_.data() + start, count);
+        return count;
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    const std::string path = nodes_.path(file->node).value_or("");
+    std::size_t done = 0;
+    // To the kernel a short answer is the end of the file, to a delegate it is not: so a short one
+    // is trusted only where the known size says the same.
+    while (done < size) {
+        backing_.beginCall();
+        std::optional<NSError> error;
+        const std::int64_t from = offset + static_cast<std::int64_t>(done);
+        const std::int32_t count = delegate_.readFileAtPath(path, file->userData, buffer + done,
+                                                            size - done, from, &error);
+        if (count < 0) {
+            return Failure{errnoOfRefusal(error, backing_.lastFailure())};
+        }
+        if (static_cast<std::size_t>(count) > size - done) {
+            return Failure{EIO};
+        }
+        done += static_cast<std::size_t>(count);
+        if (count == 0 || static_cast<std::uint64_t>(offset) + done == nodes_.size(file->node)) {
+            break;
+        }
+    }
+    return done;
+}
+
+Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const char* buffer,
+                                      std::size_t size, std::int64_t offset) {
+    const auto file = files_.find(handle);
+    if (!file || file->isVirtual || offset < 0) {
+        return Failure{EBADF};
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    const std::string path = nodes_.path(file->node).value_or("");
+    backing_.beginCall();
+    std::optional<NSError> error;
+    const std::int32_t count =
+        delegate_.writeFileAtPath(path, file->userData, buffer, size, offset, &error);
+    if (count < 0) {
+        return Failure{errnoOfRefusal(error, backing_.lastFailure())};
+    }
+    if (static_cast<std::size_t>(count) > size || (count == 0 && size > 0)) {
+        return Failure{EIO};
+    }
+    nodes_.grown(file->node,
+                 static_cast<std::uint64_t>(offset) + static_cast<std::uint64_t>(count));
+    return static_cast<std::size_t>(count);
+}
+
+void Operations::release(HandleId handle) {
+    const auto file = files_.take(handle);
+    if (!file) {
+        return;
+    }
+    if (!file->isVirtual) {
+        PatientCaller nobody;
+        if (const auto turn = queue_.enter(nobody)) {
+            delegate_.releaseFileAtPath(nodes_.path(file->node).value_or(""), file->userData);
+        }
+    }
+    nodes_.letGo(file->node);
+}
+
+}  // namespace quillbox::volume

@@ -1,0 +1,465 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Volume/Trampolines.h"
+
+#include "Linux/Volume/FuseCaller.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace quillbox::volume {
+namespace {
+
+// How long the kernel may answer by itself, in seconds. Nothing is kept: the same files are changed
+// by the device's own programs, and the kernel is not told of that.
+constexpr double kKernelKeeps = 0;
+
+constexpr unsigned kLargestRequest = 1024 * 1024;  // bytes of one write, and of reading ahead
+
+Served& servedBy(fuse_req_t request) {
+    return *static_cast<Served*>(::fuse_req_userdata(request));
+}
+
+// The one way from a callback to an operation and back. `reply` answers with the value and cannot
+// fail; it returns false when the kernel did not take the answer, and `undo` then takes back what
+// the kernel will never release.
+template <typename Compute, typename Reply, typename Undo>
+void answer(fuse_req_t request, Compute compute, Reply reply, Undo undo) noexcept {
+    Served& served = servedBy(request);
+    int error = EIO;
+    decltype(compute(std::declval<Operations&>(), std::declval<Caller&>())) result = Failure{EIO};
+    try {
+        if (!served.queue.isClosed()) {
+            FuseCaller caller(request);
+            result = compute(served.operations, caller);
+            // While the connection went away no refusal is worth anything: "gone" least of all.
+            error = served.queue.isClosed() ? EIO : result.error();
+        }
+    } catch (...) {
+        result = Failure{EIO};
+    }
+    if (!result) {
+        ::fuse_reply_err(request, error);
+        return;
+    }
+    if (reply(*result) == 0) {
+        return;
+    }
+    try {
+        undo(served.operations, *result);
+    } catch (...) {
+        return;  // the program is gone; there is nobody to tell
+    }
+}
+
+template <typename Compute, typename Reply>
+void answer(fuse_req_t request, Compute compute, Reply reply) noexcept {
+    answer(request, std::move(compute), std::move(reply), [](Operations&, const auto&) {});
+}
+
+template <typename Compute>
+void answerDone(fuse_req_t request, Compute compute) noexcept {
+    answer(request, std::move(compute),
+           [request](const Done&) { return ::fuse_reply_err(request, 0); });
+}
+
+fuse_entry_param parameters(const Entry& entry) {
+    fuse_entry_param result = {};
+    result.ino = entry.node;
+    result.attr = entry.attributes;
+    result.attr_timeout = kKernelKeeps;
+    result.entry_timeout = kKernelKeeps;
+    return result;
+}
+
+template <typename Compute>
+void answerEntry(fuse_req_t request, Compute compute) noexcept {
+    answer(
+        request, std::move(compute),
+        [request](const Entry& entry) {
+            const fuse_entry_param answered = parameters(entry);
+            return ::fuse_reply_entry(request, &answered);
+        },
+        [](Operations& operations, const Entry& entry) { operations.forget(entry.node, 1); });
+}
+
+std::optional<HandleId> handleOf(const fuse_file_info* file) {
+    return file == nullptr ? std::nullopt : std::optional<HandleId>(file->fh);
+}
+
+void onInit(void*, fuse_conn_info* connection) {
+    connection->max_write = kLargestRequest;
+    connection->max_readahead = kLargestRequest;
+    connection->want |= connection->capable & FUSE_CAP_ATOMIC_O_TRUNC;
+    connection->want &= ~static_cast<unsigned>(FUSE_CAP_WRITEBACK_CACHE);
+}
+
+void onLookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerEntry(request, [=](Operations& operations, Caller& caller) {
+        return operations.lookUp(caller, parent, name);
+    });
+}
+
+void onForget(fuse_req_t request, fuse_ino_t node, std::uint64_t lookups) {
+    servedBy(request).operations.forget(node, lookups);
+    ::fuse_reply_none(request);
+}
+
+void onForgetMulti(fuse_req_t request, std::size_t count, fuse_forget_data* forgets) {
+    for (const fuse_forget_data& forget : std::span(forgets, count)) {
+        servedBy(request).operations.forget(forget.ino, forget.nlookup);
+    }
+    ::fuse_reply_none(request);
+}
+
+void onGetAttributes(fuse_req_t request, fuse_ino_t node, fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.attributes(caller, node, handleOf(file));
+        },
+        [=](const struct stat& attributes) {
+            return ::fuse_reply_attr(request, &attributes, kKernelKeeps);
+        });
+}
+
+std::int64_t nanoseconds(const timespec& time) {
+    // Years beyond 2262 do not fit; the range's end is as good as any.
+    constexpr std::int64_t kPerSecond = 1'000'000'000;
+    constexpr std::int64_t kLimit = INT64_MAX / kPerSecond - 1;
+    if (time.tv_sec > kLimit) {
+        return INT64_MAX;
+    }
+    return time.tv_sec < -kLimit ? -1 : time.tv_sec * kPerSecond + time.tv_nsec;
+}
+
+Changes changesOf(const struct stat& wanted, int set) {
+    Changes changes;
+    if ((set & FUSE_SET_ATTR_MODE) != 0) {
+        changes.mode = wanted.st_mode;
+    }
+    if ((set & FUSE_SET_ATTR_UID) != 0) {
+        changes.user = wanted.st_uid;
+    }
+    if ((set & FUSE_SET_ATTR_GID) != 0) {
+        changes.group = wanted.st_gid;
+    }
+    if ((set & FUSE_SET_ATTR_SIZE) != 0) {
+        changes.size = static_cast<std::uint64_t>(wanted.st_size);
+    }
+    if ((set & FUSE_SET_ATTR_MTIME_NOW) != 0) {
+        if (!changes.size) {  // a new size makes a new date by itself
+            changes.modified = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                   std::chrono::system_clock::now().time_since_epoch())
+                                   .count();
+        }
+    } else if ((set & FUSE_SET_ATTR_MTIME) != 0) {
+        changes.modified = nanoseconds(wanted.st_mtim);
+    }
+    return changes;
+}
+
+void onSetAttributes(fuse_req_t request, fuse_ino_t node, struct stat* wanted, int set,
+                     fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.change(caller, node, handleOf(file), changesOf(*wanted, set));
+        },
+        [=](const struct stat& attributes) {
+            return ::fuse_reply_attr(request, &attributes, kKernelKeeps);
+        });
+}
+
+void onReadLink(fuse_req_t request, fuse_ino_t node) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.symbolicLinkTarget(caller, node);
+        },
+        [=](const std::string& target) { return ::fuse_reply_readlink(request, target.c_str()); });
+}
+
+void onMakeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t) {
+    answerEntry(request, [=](Operations& operations, Caller& caller) -> Result<Entry> {
+        if (!S_ISREG(mode)) {
+            return Failure{EPERM};  // what mknod(2) says of a file system without special files
+        }
+        return operations.makeFile(caller, parent, name, mode);
+    });
+}
+
+void onMakeDirectory(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode) {
+    answerEntry(request, [=](Operations& operations, Caller& caller) {
+        return operations.makeDirectory(caller, parent, name, mode);
+    });
+}
+
+void onRemoveFile(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.removeFile(caller, parent, name);
+    });
+}
+
+void onRemoveDirectory(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.removeDirectory(caller, parent, name);
+    });
+}
+
+void onMakeSymbolicLink(fuse_req_t request, const char* target, fuse_ino_t parent,
+                        const char* name) {
+    answerEntry(request, [=](Operations& operations, Caller& caller) {
+        return operations.makeSymbolicLink(caller, parent, name, target);
+    });
+}
+
+void onRename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t newParent,
+              const char* newName, unsigned flags) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.rename(caller, parent, name, newParent, newName, flags);
+    });
+}
+
+void onMakeLink(fuse_req_t request, fuse_ino_t node, fuse_ino_t newParent, const char* newName) {
+    answerEntry(request, [=](Operations& operations, Caller& caller) {
+        return operations.makeLink(caller, node, newParent, newName);
+    });
+}
+
+void onOpen(fuse_req_t request, fuse_ino_t node, fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.open(caller, node, file->flags);
+        },
+        [=](HandleId handle) {
+            file->fh = handle;
+            return ::fuse_reply_open(request, file);
+        },
+        [](Operations& operations, HandleId handle) { operations.release(handle); });
+}
+
+void onCreate(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode,
+              fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.create(caller, parent, name, mode, file->flags);
+        },
+        [=](const CreatedFile& created) {
+            const fuse_entry_param answered = parameters(created.entry);
+            file->fh = created.handle;
+            return ::fuse_reply_create(request, &answered, file);
+        },
+        [](Operations& operations, const CreatedFile& created) {
+            operations.release(created.handle);
+            operations.forget(created.entry.node, 1);
+        });
+}
+
+struct ReadBytes {
+    std::unique_ptr<char[]> bytes;  // not filled with zeros first, as a vector would be
+    std::size_t count = 0;
+};
+
+void onRead(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) -> Result<ReadBytes> {
+            ReadBytes read{std::make_unique_for_overwrite<char[]>(size), 0};
+            const auto count = operations.read(caller, file->fh, read.bytes.get(), size, offset);
+            if (!count) {
+                return count.failure();
+            }
+            read.count = *count;
+            return read;
+        },
+        [=](const ReadBytes& read) {
+            return ::fuse_reply_buf(request, read.bytes.get(), read.count);
+        });
+}
+
+void onWrite(fuse_req_t request, fuse_ino_t, const char* bytes, std::size_t size, off_t offset,
+             fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.write(caller, file->fh, bytes, size, offset);
+        },
+        [=](std::size_t count) { return ::fuse_reply_write(request, count); });
+}
+
+// Nothing is gathered on this side: what was written is on the device.
+void onFlush(fuse_req_t request, fuse_ino_t, fuse_file_info*) {
+    answerDone(request, [](Operations&, Caller&) { return Result<Done>(Done{}); });
+}
+
+void onSync(fuse_req_t request, fuse_ino_t, int, fuse_file_info*) {
+    answerDone(request, [](Operations&, Caller&) { return Result<Done>(Done{}); });
+}
+
+void onRelease(fuse_req_t request, fuse_ino_t, fuse_file_info* file) noexcept {
+    try {
+        servedBy(request).operations.release(file->fh);
+    } catch (...) {
+        ::fuse_reply_err(request, EIO);
+        return;
+    }
+    ::fuse_reply_err(request, 0);
+}
+
+void onOpenDirectory(fuse_req_t request, fuse_ino_t node, fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.openDirectory(caller, node);
+        },
+        [=](HandleId handle) {
+            file->fh = handle;
+            return ::fuse_reply_open(request, file);
+        },
+        [](Operations& operations, HandleId handle) { operations.releaseDirectory(handle); });
+}
+
+// Entries 1 and 2 are "." and "..", the rest follows; an entry's offset is its number.
+Result<std::vector<char>> packedListing(fuse_req_t request, Operations& operations, fuse_ino_t node,
+                                        const std::vector<std::string>& names, std::size_t size,
+                                        std::size_t offset) {
+    constexpr std::size_t kDots = 2;
+    std::vector<char> buffer(size);
+    std::size_t used = 0;
+    for (std::size_t place = offset; place < names.size() + kDots; ++place) {
+        const char* name = place == 0 ? "." : place == 1 ? ".." : names[place - kDots].c_str();
+        struct stat entry = {};
+        entry.st_ino =
+            place < kDots ? operations.inode(node) : operations.inode(node, names[place - kDots]);
+        const std::size_t length = ::fuse_add_direntry(request, buffer.data() + used, size - used,
+                                                       name, &entry, static_cast<off_t>(place + 1));
+        if (length > size - used) {
+            break;
+        }
+        used += length;
+    }
+    buffer.resize(used);
+    return buffer;
+}
+
+void onReadDirectory(fuse_req_t request, fuse_ino_t node, std::size_t size, off_t offset,
+                     fuse_file_info* file) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) -> Result<std::vector<char>> {
+            const auto place = static_cast<std::uint64_t>(offset);
+            const auto names = operations.listing(caller, file->fh, place);
+            if (!names) {
+                return names.failure();
+            }
+            return packedListing(request, operations, node, **names, size, place);
+        },
+        [=](const std::vector<char>& buffer) {
+            return ::fuse_reply_buf(request, buffer.data(), buffer.size());
+        });
+}
+
+void onReleaseDirectory(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
+    servedBy(request).operations.releaseDirectory(file->fh);
+    ::fuse_reply_err(request, 0);
+}
+
+void onVolumeFigures(fuse_req_t request, fuse_ino_t) {
+    answer(
+        request,
+        [](Operations& operations, Caller& caller) { return operations.volumeFigures(caller); },
+        [=](const struct statvfs& figures) { return ::fuse_reply_statfs(request, &figures); });
+}
+
+// The kernel first asks for the size alone, with a size of 0.
+template <typename Bytes>
+int replyAttributeBytes(fuse_req_t request, const Bytes& bytes, std::size_t size) {
+    if (size == 0) {
+        return ::fuse_reply_xattr(request, bytes.size());
+    }
+    if (bytes.size() > size) {
+        return ::fuse_reply_err(request, ERANGE);
+    }
+    return ::fuse_reply_buf(request, reinterpret_cast<const char*>(bytes.data()), bytes.size());
+}
+
+void onGetExtended(fuse_req_t request, fuse_ino_t node, const char* name, std::size_t size) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.extendedAttribute(caller, node, name);
+        },
+        [=](const PropertyData& value) { return replyAttributeBytes(request, value, size); });
+}
+
+void onSetExtended(fuse_req_t request, fuse_ino_t node, const char* name, const char* value,
+                   std::size_t size, int flags) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.setExtendedAttribute(caller, node, name,
+                                               PropertyData(value, value + size), flags);
+    });
+}
+
+void onListExtended(fuse_req_t request, fuse_ino_t node, std::size_t size) {
+    answer(
+        request,
+        [=](Operations& operations, Caller& caller) {
+            return operations.extendedAttributeNames(caller, node);
+        },
+        [=](const std::string& names) { return replyAttributeBytes(request, names, size); });
+}
+
+// A delegate has no such operation.
+void onRemoveExtended(fuse_req_t request, fuse_ino_t, const char*) {
+    answerDone(request, [](Operations&, Caller&) { return Result<Done>(Failure{ENOTSUP}); });
+}
+
+fuse_lowlevel_ops table() {
+    fuse_lowlevel_ops operations = {};
+    operations.init = onInit;
+    operations.lookup = onLookUp;
+    operations.forget = onForget;
+    operations.forget_multi = onForgetMulti;
+    operations.getattr = onGetAttributes;
+    operations.setattr = onSetAttributes;
+    operations.readlink = onReadLink;
+    operations.mknod = onMakeNode;
+    operations.mkdir = onMakeDirectory;
+    operations.unlink = onRemoveFile;
+    operations.rmdir = onRemoveDirectory;
+    operations.symlink = onMakeSymbolicLink;
+    operations.rename = onRename;
+    operations.link = onMakeLink;
+    operations.open = onOpen;
+    operations.create = onCreate;
+    operations.read = onRead;
+    operations.write = onWrite;
+    operations.flush = onFlush;
+    operations.fsync = onSync;
+    operations.release = onRelease;
+    operations.opendir = onOpenDirectory;
+    operations.readdir = onReadDirectory;
+    operations.releasedir = onReleaseDirectory;
+    operations.fsyncdir = onSync;
+    operations.statfs = onVolumeFigures;
+    operations.getxattr = onGetExtended;
+    operations.setxattr = onSetExtended;
+    operations.listxattr = onListExtended;
+    operations.removexattr = onRemoveExtended;
+    return operations;
+}
+
+}  // namespace
+
+const fuse_lowlevel_ops& trampolines() {
+    static const fuse_lowlevel_ops kTable = table();
+    return kTable;
+}
+
+}  // namespace quillbox::volume

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Linux/Volume/Operations.h"
+
+#define FUSE_USE_VERSION 312
+#include <fuse_lowlevel.h>
+
+namespace quillbox::volume {
+
+/// What a session answers with; its address is the session's user data.
+struct Served {
+    Operations& operations;
+    DelegateQueue& queue;
+};
+
+/// The library's callbacks: each turns a request into one operation, and its answer, or whatever
+/// was thrown, into exactly one reply. Once the queue is closed the answer is EIO, whatever was
+/// asked.
+const fuse_lowlevel_ops& trampolines();
+
+}  // namespace quillbox::volume

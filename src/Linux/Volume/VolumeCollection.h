@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Core/Platform/AFC.h"
+#include "Linux/Volume/Caretaker.h"
+#include "Linux/Volume/FuseUserFileSystems.h"
+#include "Linux/Volume/Volume.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace quillbox::volume {
+
+/// All volumes that have not ended yet, those out of sight included.
+class VolumeCollection : public std::enable_shared_from_this<VolumeCollection> {
+public:
+    VolumeCollection(RunLoop& loop, NotificationCenter& notifications, Log& log,
+                     FuseUserFileSystems::BackingFactory backing);
+
+    /// What one mount is made of.
+    struct Wish {
+        std::string path;
+        std::vector<std::string> options;
+        std::weak_ptr<GMUserFileSystemDelegate> delegate;
+        bool isThreadSafe = false;
+        std::shared_ptr<NoticeSubject> subject;
+    };
+
+    /// Starts a volume; where that is not possible the failure is posted and null returned. Main
+    /// thread.
+    std::shared_ptr<Volume> mount(const Wish& wish);
+
+    void connectionEnds(AFCConnectionRef connection, bool deviceGone);
+    std::vector<std::string> tombstones() const;
+    void endAll();
+    /// Ends everything and lets go of the main thread. Main thread; nothing but the destructor
+    /// after this.
+    void close();
+
+private:
+    std::vector<std::shared_ptr<Volume>> all() const;
+    void endTombstoneAt(const std::string& path);
+    void checkPresence();
+    void hasEnded(const std::shared_ptr<Volume>& volume);
+    void fail(const Wish& wish, int error);
+    bool isTaken(const std::string& path) const;
+
+    const std::shared_ptr<MainThread> main_;
+    const FuseUserFileSystems::BackingFactory backing_;
+    bool isClosed_ = false;  ///< main thread only
+    mutable std::mutex mutex_;
+    std::vector<std::shared_ptr<Volume>> volumes_;
+    std::unique_ptr<Caretaker> caretaker_;
+};
+
+}  // namespace quillbox::volume
