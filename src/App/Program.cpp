@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/Program.h"
+
+#include "App/LastResort.h"
+#include "App/Simulation.h"
+#include "App/VolumeJournal.h"
+#include "App/Wiring.h"
+#include "Core/Platform/LogLine.h"
+#include "Core/Shell/PodController.h"
+#include "Core/Volumes/CommonData.h"
+#include "Linux/Host/Signals.h"
+#include "Linux/Host/SingleInstance.h"
+#include "Linux/Host/SystemLog.h"
+#include "Linux/Host/UserFolders.h"
+#include "Linux/Volume/LeftOvers.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quillbox::app {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kStartFailed = 1;
+/// What the end may still ask of devices, all together.
+constexpr auto kLastWords = 2s;
+/// From the request to end until the end is forced.
+constexpr auto kLongestEnd = 6s;
+constexpr const char* kSocketVariable = "USBMUXD_SOCKET_ADDRESS";
+constexpr const char* kDefaultSocket = "/var/run/usbmuxd";
+
+/// The multiplexer as the environment gives it, a socket's path without its prefix.
+std::string multiplexerSocket() {
+    const char* address = std::getenv(kSocketVariable);
+    const std::string text = address != nullptr && *address != '\0' ? address : kDefaultSocket;
+    constexpr std::string_view kUnix = "UNIX:";
+    return text.starts_with(kUnix) ? text.substr(kUnix.size()) : text;
+}
+
+/// The life of the program, from its options to its exit status.
+class Program {
+public:
+    explicit Program(const Options& options) : options_(options), log_(options.logLevel) {}
+
+    int run() {
+        if (!options_.headless) {
+            log_.write(LogLevel::Info, "No tray is available in this build: running as with "
+                                       "--headless.");
+        }
+        if (!chooseDevices() || !becomeTheOnlyOne() || !chooseVolumes() || !startSimulation()) {
+            return kStartFailed;
+        }
+        serve();
+        return 0;
+    }
+
+private:
+    bool refuse(const std::string& why) {
+        log_.write(LogLevel::Error, why);
+        return false;
+    }
+
+    bool chooseDevices() {
+        if (!options_.simulate) {
+            return true;
+        }
+        std::string error;
+        simulation_ = Simulation::prepare(&error);
+        if (!simulation_) {
+            return refuse(error);
+        }
+        ::setenv(kSocketVariable, ("UNIX:" + simulation_->socket()).c_str(), 1);
+        return true;
+    }
+
+    bool becomeTheOnlyOne() {
+        preferences_ =
+            std::filesystem::absolute(options_.preferences.value_or(host::defaultPreferencePath()))
+                .lexically_normal();
+        const std::string folder = host::runtimeFolder();
+        if (folder.empty()) {
+            return refuse("There is no private folder for the lock of this program.");
+        }
+        std::string message;
+        switch (instance_.take(folder, multiplexerSocket(), preferences_, &message)) {
+        case host::SingleInstance::Result::Taken:
+            return true;
+        case host::SingleInstance::Result::Failed:
+            return refuse(message);
+        case host::SingleInstance::Result::Running:
+            break;
+        }
+        return refuse("Quillbox is already running for these devices and settings" +
+                      (message.empty() ? std::string() : ", as process " + message) +
+                      ": it goes on undisturbed, and the options of this start were ignored.");
+    }
+
+    bool chooseVolumes() {
+        std::string error;
+        const auto folder =
+            host::chooseVolumesFolder(options_.volumes, "/Volumes", host::homeFolder(), &error);
+        if (!folder) {
+            return refuse(error + ".");
+        }
+        volumesFolder_ = *folder;
+        return true;
+    }
+
+    bool startSimulation() {
+        std::string error;
+        return !simulation_ ||
+               simulation_->start(bundle_.siblingProgram("quillbox-simulator"),
+                                  options_.simulatedMedia, &error) ||
+               refuse(error);
+    }
+
+    void serve() {
+        host::MainLoop loop;
+        loop.setWaitObserver([this](const std::string& what, bool waiting) {
+            logLine(log_, waiting ? LogLevel::Info : LogLevel::Debug,
+                    waiting ? "Waiting: " : "No longer waiting: ", what, ".");
+        });
+        lastResort_.emplace(log_, kLongestEnd, [mounted = mounted_] { return mounted->list(); });
+        removeLeftOverVolumes(volumesFolder_, log_);
+        Wiring wiring(loop, log_, bundle_, volumesFolder_, preferences_);
+        CommonData::setPlatform(wiring.platform());
+        {
+            const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
+            PodController controller;
+            controller.awakeFromNib();
+            logLine(log_, LogLevel::Info, "Quillbox ", QUILLBOX_VERSION,
+                    " is running; volumes appear in ", volumesFolder_, ".");
+            loop.run();
+            lastResort_->arm();
+            loop.allowWaits(kLastWords);
+            end(wiring, controller);
+        }
+        CommonData::resetSharedInstance();
+        log_.write(LogLevel::Info, "Quillbox has ended.");
+    }
+
+    static void end(Wiring& wiring, PodController& controller) {
+        wiring.platform().notifications.post(
+            {std::string(NSApplicationWillTerminateNotification), nullptr, {}});
+        controller.applicationWillTerminate();
+        wiring.volumes().endAll();
+        wiring.platform().preferences.synchronize();
+        wiring.devices().stop();
+    }
+
+    const Options options_;
+    const host::Signals signals_;
+    host::SystemLog log_;
+    const host::ProgramBundle bundle_;
+    const std::shared_ptr<MountedPaths> mounted_ = std::make_shared<MountedPaths>();
+    std::optional<LastResort> lastResort_;  ///< before all whose end it watches over
+    host::SingleInstance instance_;
+    std::unique_ptr<Simulation> simulation_;
+    std::string preferences_;
+    std::string volumesFolder_;
+};
+
+}  // namespace
+
+int runProgram(const Options& options) {
+    return Program(options).run();
+}
+
+}  // namespace quillbox::app

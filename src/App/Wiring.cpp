@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/Wiring.h"
+
+#include "App/SessionVolumeBacking.h"
+
+#include <memory>
+#include <utility>
+
+namespace quillbox::app {
+
+Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle,
+               const std::string& volumesFolder, const std::string& preferenceFile)
+    : bundle_(bundle),
+      preferences_(preferenceFile, log),
+      loginItems_(host::AutostartPlaces::fromEnvironment(), log),
+      workspace_(log),
+      files_(volumesFolder),
+      locks_(loop, log),
+      devices_(loop, log, DeviceOptions{}),
+      volumes_(loop, notifications_, log,
+               [this](std::weak_ptr<GMUserFileSystemDelegate> delegate) {
+                   return std::make_unique<SessionVolumeBacking>(devices_.afc(),
+                                                                 std::move(delegate));
+               }),
+      platform_{
+          devices_.devices(), devices_.afc(), volumes_, notifications_, preferences_, loginItems_,
+          workspace_,         files_,         bundle_,  collation_,     locks_,       log} {
+    // A volume must not go on with a connection that its session is about to give up, and must not
+    // wait for one whose device is gone.
+    devices_.setConnectionEndObserver([this](AFCConnectionRef connection, bool deviceGone) {
+        volumes_.connectionEnds(connection, deviceGone);
+    });
+    files_.setTombstones([this] { return volumes_.tombstones(); });
+}
+
+Wiring::~Wiring() {
+    devices_.setConnectionEndObserver({});
+    files_.setTombstones({});
+}
+
+}  // namespace quillbox::app

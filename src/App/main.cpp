@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/Options.h"
+#include "App/Program.h"
+#include "Linux/Host/SystemLog.h"
+
+#include <clocale>
+#include <exception>
+#include <iostream>
+
+namespace {
+
+constexpr int kFailure = 1;
+constexpr int kBadUsage = 2;
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace quillbox;
+    std::setlocale(LC_ALL, "");
+    try {
+        const auto parsed = app::parseOptions({argv + 1, argv + argc});
+        if (parsed.error) {
+            std::cerr << "quillbox: " << host::escapedForLog(*parsed.error)
+                      << "; see quillbox --help\n";
+            return kBadUsage;
+        }
+        if (parsed.options.help) {
+            std::cout << app::usageText();
+            return 0;
+        }
+        if (parsed.options.version) {
+            std::cout << "Quillbox " << QUILLBOX_VERSION << "\n";
+            return 0;
+        }
+        return app::runProgram(parsed.options);
+    } catch (const std::exception& failure) {
+        std::cerr << "quillbox: " << failure.what() << "\n";
+        return kFailure;
+    }
+}
