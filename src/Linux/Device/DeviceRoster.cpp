@@ -33,9 +33,8 @@ void DeviceRoster::attached(std::uint32_t number, const std::string& udid, bool 
     }
     const auto before = best(udid);
     paths_.insert_or_assign(number, Path{udid, byCable});
-    if (missing_.erase(udid) > 0) {
-        events_.pathChanged(udid);
-    } else if (!before) {
+    const bool wasMissing = missing_.erase(udid) > 0;
+    if (!before && !wasMissing) {
         events_.arrived(udid);
     } else if (best(udid) != before) {
         events_.pathChanged(udid);

@@ -74,7 +74,7 @@ Failure lookupApplications(Device& device, const PropertyDictionary& options,
     if (Failure failure = device.lockdown().openService(kService, noProgress, connection)) {
         return failure;
     }
-    const Failure failure = lookup(connection->stream(), options, applications);
+    Failure failure = lookup(connection->stream(), options, applications);
     if (failure.kind != FailureKind::Refused) {
         return failure;
     }

@@ -116,7 +116,7 @@ MobileDeviceAdapter::AMDeviceCopyValue(AMDeviceRef device, const std::optional<s
     return result == 0 ? std::move(*value) : std::nullopt;
 }
 
-int MobileDeviceAdapter::startFileService(AMDeviceRef record, FileService service,
+int MobileDeviceAdapter::startFileService(AMDeviceRef record, const FileService& service,
                                           AFCConnectionRef* handle) {
     if (record == nullptr) {
         return kNotAttached;

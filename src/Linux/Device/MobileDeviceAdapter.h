@@ -41,7 +41,7 @@ private:
     /// Runs `work(Device&)` off the main thread and keeps what went wrong for the hub.
     template <typename Work>
     int ask(AMDeviceRef record, Work work);
-    int startFileService(AMDeviceRef record, FileService service, AFCConnectionRef* handle);
+    int startFileService(AMDeviceRef record, const FileService& service, AFCConnectionRef* handle);
 
     const std::shared_ptr<DeviceHub> hub_;
     const std::function<void()> onSubscribe_;
