@@ -15,11 +15,12 @@ std::unique_ptr<Simulation> Simulation::prepare(std::string* error) {
 }
 
 bool Simulation::start(const std::string& program, const std::string& media, std::string* error) {
-    std::vector<std::string> arguments{"--socket",          socket(),
-                                       "--control",         folder_.path() + "/control",
-                                       "--state",           folder_.path() + "/state",
-                                       "--devices",         "1",
-                                       "--exit-with-parent"};
+    // As any phone that one can buy: its media area, and no way to the rest of its files.
+    std::vector<std::string> arguments{"--socket",  socket(),
+                                       "--control", folder_.path() + "/control",
+                                       "--state",   folder_.path() + "/state",
+                                       "--devices", "1",
+                                       "--no-afc2", "--exit-with-parent"};
     if (media.empty()) {
         arguments.emplace_back("--sample");
     } else {
