@@ -36,12 +36,14 @@ std::shared_ptr<Menu> makeTopMenu() {
 }  // namespace
 
 PodController::PodController(StatusItemMaker makeStatusItem)
-    : makeStatusItem_(std::move(makeStatusItem)), topMenu_(makeTopMenu()) {
+    : notifications_(platform().notifications),
+      makeStatusItem_(std::move(makeStatusItem)),
+      topMenu_(makeTopMenu()) {
     g_GlobalPodController = this;
 }
 
 PodController::~PodController() {
-    platform().notifications.removeObserver(this);
+    notifications_.removeObserver(this);
     if (g_GlobalPodController == this) {
         g_GlobalPodController = nullptr;
     }

@@ -8,7 +8,7 @@
 
 namespace quillbox {
 
-struct Platform;
+class NotificationCenter;
 class PodController;
 
 /// The controller of the running program, null without one.
@@ -41,6 +41,7 @@ public:
     static void setStartupItem(bool isStartup);
 
 private:
+    NotificationCenter& notifications_;
     StatusItemMaker makeStatusItem_;
     std::shared_ptr<Menu> topMenu_;
     std::shared_ptr<StatusItem> statusItem_;

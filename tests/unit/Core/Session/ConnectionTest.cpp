@@ -1,0 +1,416 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Fakes/World.h"
+
+namespace quillbox::fakes {
+namespace {
+
+class OpeningTest : public CoreTest {
+protected:
+    bool open(bool allowAFC2) { return phone.initializePodPhone(&world.device, allowAFC2); }
+
+    PodPhone phone{world.platform};
+};
+
+TEST_F(OpeningTest, ANewSessionIsEmpty) {
+    EXPECT_EQ(phone.myDevice(), nullptr);
+    EXPECT_EQ(phone.myConnection(), 0U);
+    EXPECT_EQ(phone.currentRootTag(), 0);
+    EXPECT_EQ(phone.lastMountTag(), 0);
+    EXPECT_FALSE(phone.isJailbreaked());
+    EXPECT_FALSE(phone.isUsingAFC2());
+    EXPECT_EQ(phone.serialNumber(), std::nullopt);
+    EXPECT_EQ(phone.fileShareAppBundlesArray(), std::nullopt);
+}
+
+TEST_F(OpeningTest, OpensTheMediaAreaWithoutAskingForTheRootService) {
+    world.device.services.insert("com.apple.afc2");
+    EXPECT_TRUE(open(false));
+    EXPECT_EQ(world.calls.take(),
+              (Texts{"AMDeviceConnect", "AMDeviceIsPaired", "AMDeviceValidatePairing",
+                     "AMDeviceStartSession", "AMDeviceStartService com.apple.afc",
+                     "AFCConnectionOpen Media 0", "AMDeviceCopyValue SerialNumber"}));
+    EXPECT_EQ(phone.myDevice(), &world.device);
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Media");
+    EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(phone.lastMountTag(), 11);
+    EXPECT_FALSE(phone.isJailbreaked());
+    EXPECT_EQ(phone.serialNumber(), "SERIAL1");
+    EXPECT_EQ(world.log.take(), Texts{});
+    EXPECT_EQ(world.locks.subjects, (std::vector<const void*>{&world.device}));
+}
+
+TEST_F(OpeningTest, ADeviceThatOffersTheRootServiceStartsOnRoot) {
+    world.device.services.insert("com.apple.afc2");
+    EXPECT_TRUE(open(true));
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Root");
+    EXPECT_EQ(phone.currentRootTag(), 10);
+    EXPECT_EQ(phone.lastMountTag(), 10);
+    EXPECT_TRUE(phone.isJailbreaked());
+    EXPECT_EQ(world.calls.count("AMDeviceStartService"), 1U);
+}
+
+TEST_F(OpeningTest, ADeviceThatRefusesTheRootServiceEndsOnMedia) {
+    EXPECT_TRUE(open(true));
+    EXPECT_FALSE(phone.isJailbreaked());
+    EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(world.calls.count("AMDeviceStartService com.apple.afc2"), 1U);
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Media");
+}
+
+TEST_F(OpeningTest, EveryFailedStepEndsTheOpeningAndUndoesNothing) {
+    const Texts steps{"AMDeviceConnect",      "AMDeviceIsPaired",     "AMDeviceValidatePairing",
+                      "AMDeviceStartSession", "AMDeviceStartService", "AFCConnectionOpen"};
+    for (const auto& step : steps) {
+        PodPhone session(world.platform);
+        world.calls.take();
+        world.calls.fail(step, 2);
+        EXPECT_FALSE(session.initializePodPhone(&world.device, false)) << step;
+        const Texts calls = world.calls.take();
+        EXPECT_TRUE(calls.back().starts_with(step)) << step;
+        EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
+                                [](const auto& each) {
+                                    return each.starts_with("AMDeviceDisconnect") ||
+                                           each.starts_with("AMDeviceStopSession");
+                                }),
+                  0);
+        EXPECT_EQ(session.myDevice(), nullptr);
+        EXPECT_EQ(session.myConnection(), 0U);
+    }
+}
+
+TEST_F(OpeningTest, OnlyTheAnswerOneCountsAsPaired) {
+    for (const std::uint32_t answer :
+         {std::uint32_t{2}, std::uint32_t{FakeMobileDevice::kNotPaired}}) {
+        PodPhone session(world.platform);
+        world.calls.fail("AMDeviceIsPaired", answer);
+        EXPECT_FALSE(session.initializePodPhone(&world.device, false));
+    }
+}
+
+TEST_F(OpeningTest, TheSerialNumberIsAskedOnlyWhileItIsAbsent) {
+    phone.setSerialNumber("KEPT");
+    EXPECT_TRUE(open(false));
+    EXPECT_EQ(phone.serialNumber(), "KEPT");
+    EXPECT_EQ(world.calls.count("AMDeviceCopyValue SerialNumber"), 0U);
+}
+
+TEST_F(OpeningTest, ADeviceWithoutSerialNumberOpensAllTheSame) {
+    world.device.values.erase("SerialNumber");
+    EXPECT_TRUE(open(false));
+    EXPECT_EQ(phone.serialNumber(), std::nullopt);
+}
+
+TEST_F(OpeningTest, ReconnectingTearsDownAndOpensAgain) {
+    EXPECT_TRUE(open(false));
+    World::addApplication(world.device, "org.example.notes", "Notes");
+    const auto catalogue = phone.getUserAppBundlesArray(false);
+    const auto first = phone.myConnection();
+    world.calls.take();
+    phone.ReConnect(false);
+    EXPECT_EQ(world.calls.take(),
+              (Texts{"AFCConnectionClose Media", "AMDeviceStopSession", "AMDeviceDisconnect",
+                     "AMDeviceConnect", "AMDeviceIsPaired", "AMDeviceValidatePairing",
+                     "AMDeviceStartSession", "AMDeviceStartService com.apple.afc",
+                     "AFCConnectionOpen Media 0"}));
+    EXPECT_NE(phone.myConnection(), first);
+    EXPECT_EQ(phone.fileShareAppBundlesArray(), catalogue);
+}
+
+TEST_F(OpeningTest, ASecondConnectionToAnApplicationClosesNothingAndKeepsTheTag) {
+    EXPECT_TRUE(open(false));
+    world.calls.take();
+    EXPECT_TRUE(phone.connectToApp(&world.device, "org.example.notes"));
+    EXPECT_EQ(world.calls.take(), (Texts{"AMDeviceStartHouseArrestService org.example.notes",
+                                         "AFCConnectionOpen org.example.notes 0"}));
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "org.example.notes");
+    EXPECT_EQ(phone.currentRootTag(), 11);
+}
+
+TEST_F(OpeningTest, ASecondConnectionSucceedsOnceItsServiceHasStarted) {
+    EXPECT_TRUE(open(false));
+    const auto kept = phone.myConnection();
+    world.calls.fail("AFCConnectionOpen", 1);
+    EXPECT_TRUE(phone.connectToApp(&world.device, "org.example.notes"));
+    EXPECT_EQ(phone.myConnection(), kept);
+    world.calls.fail("AMDeviceStartHouseArrestService", 1);
+    EXPECT_FALSE(phone.connectToApp(&world.device, "org.example.notes"));
+}
+
+class SwitchingTest : public SessionTest {
+protected:
+    const Texts restart{"AFCConnectionClose Media", "AMDeviceStopSession",
+                        "AMDeviceDisconnect",       "AMDeviceConnect",
+                        "AMDeviceIsPaired",         "AMDeviceValidatePairing",
+                        "AMDeviceStartSession"};
+
+    static Texts joined(Texts a, const Texts& b) {
+        a.insert(a.end(), b.begin(), b.end());
+        return a;
+    }
+};
+
+TEST_F(SwitchingTest, TheCurrentRootIsKeptWithoutTouchingAnything) {
+    EXPECT_TRUE(phone.setupConnectionForRoot(11));
+    EXPECT_EQ(world.calls.take(), Texts{});
+    EXPECT_EQ(world.log.take(), (Texts{"setupConnectionForRoot:11", "tagIndex = currentRootTag"}));
+}
+
+TEST_F(SwitchingTest, SwitchingToRootRestartsTheSession) {
+    world.device.services.insert("com.apple.afc2");
+    phone.setCurrentDirectory("/DCIM");
+    EXPECT_TRUE(phone.setupConnectionForRoot(10));
+    EXPECT_EQ(world.calls.take(),
+              joined(joined({"lock"}, restart), {"AMDeviceStartService com.apple.afc2",
+                                                 "AFCConnectionOpen Root 0", "unlock"}));
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Root");
+    EXPECT_EQ(world.afc.openConnections(), 1U);
+    EXPECT_EQ(phone.currentRootTag(), 10);
+    EXPECT_EQ(phone.lastMountTag(), 11);
+    EXPECT_EQ(phone.currentDirectory(), "/");
+    EXPECT_EQ(world.log.take(), (Texts{"setupConnectionForRoot:10"}));
+}
+
+TEST_F(SwitchingTest, SwitchingToAnApplicationStartsHouseArrestOnItsIdentifier) {
+    World::addApplication(world.device, "org.example.b", "Beta");
+    World::addApplication(world.device, "org.example.a", "alpha");
+    EXPECT_TRUE(phone.setupConnectionForRoot(101));
+    EXPECT_EQ(world.calls.take(),
+              joined(joined({"lock"}, restart), {"AMDeviceLookupApplications 0",
+                                                 "AMDeviceStartHouseArrestService org.example.b",
+                                                 "AFCConnectionOpen org.example.b 0", "unlock"}));
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "org.example.b");
+}
+
+TEST_F(SwitchingTest, AnIndexThatEqualsTheCatalogueFailsWithTheOldConnectionClosed) {
+    World::addApplication(world.device, "org.example.a", "Alpha");
+    EXPECT_FALSE(phone.setupConnectionForRoot(101));
+    EXPECT_EQ(world.calls.take(),
+              joined(joined({"lock"}, restart), {"AMDeviceLookupApplications 0", "unlock"}));
+    EXPECT_EQ(phone.currentRootTag(), 101);
+    EXPECT_EQ(world.afc.openConnections(), 0U);
+    EXPECT_FALSE(world.locks.isHeld);
+}
+
+TEST_F(SwitchingTest, ANumberThatIsNoRootFailsAfterClosingTheConnection) {
+    EXPECT_FALSE(phone.setupConnectionForRoot(5));
+    EXPECT_EQ(world.calls.take(), joined(joined({"lock"}, restart), {"unlock"}));
+    EXPECT_EQ(phone.currentRootTag(), 5);
+    EXPECT_EQ(world.afc.openConnections(), 0U);
+    EXPECT_FALSE(phone.setupConnectionForRoot(99));
+    EXPECT_FALSE(phone.setupConnectionForRoot(-1));
+}
+
+TEST_F(SwitchingTest, AServiceThatIsRefusedFailsAndKeepsTheNewTag) {
+    EXPECT_FALSE(phone.setupConnectionForRoot(10));
+    EXPECT_EQ(phone.currentRootTag(), 10);
+    EXPECT_EQ(world.calls.count("AFCConnectionOpen"), 0U);
+    EXPECT_EQ(world.afc.openConnections(), 0U);
+    EXPECT_FALSE(world.locks.isHeld);
+    EXPECT_TRUE(phone.setupConnectionForRoot(11));  // the way back
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Media");
+}
+
+TEST_F(SwitchingTest, AConnectionThatDoesNotOpenFailsAndFreesTheLock) {
+    phone.setCurrentDirectory("/DCIM");
+    world.device.services.insert("com.apple.afc2");
+    world.calls.fail("AFCConnectionOpen", 1);
+    EXPECT_FALSE(phone.setupConnectionForRoot(10));
+    EXPECT_FALSE(world.locks.isHeld);
+    EXPECT_EQ(phone.currentDirectory(), "/DCIM");
+}
+
+TEST_F(SwitchingTest, AFailedRestartKeepsTheLockAndTheClosedConnection) {
+    for (const char* step : {"AMDeviceConnect", "AMDeviceIsPaired", "AMDeviceValidatePairing",
+                             "AMDeviceStartSession"}) {
+        PodPhone session(world.platform);
+        ASSERT_TRUE(session.initializePodPhone(&world.device, false));
+        const auto closed = session.myConnection();
+        world.calls.take();
+        world.calls.fail(step, 3);
+        EXPECT_FALSE(session.setupConnectionForRoot(10)) << step;
+        EXPECT_EQ(world.calls.take().back(), step);
+        EXPECT_TRUE(world.locks.isHeld) << step;
+        EXPECT_EQ(session.myConnection(), closed);
+        EXPECT_EQ(session.currentRootTag(), 10);
+    }
+}
+
+TEST_F(SwitchingTest, ASwitchThatNeverGetsTheLockFailsWithoutFreeingIt) {
+    world.calls.fail("AMDeviceConnect", 3);
+    EXPECT_FALSE(phone.setupConnectionForRoot(10));
+    world.calls.take();
+    EXPECT_FALSE(phone.setupConnectionForRoot(11));
+    EXPECT_EQ(world.calls.take(), (Texts{"lock"}));
+    EXPECT_EQ(world.locks.ended, 1);
+    EXPECT_TRUE(world.locks.isHeld);
+    EXPECT_EQ(phone.currentRootTag(), 11);
+}
+
+TEST_F(SwitchingTest, WithoutAConnectionTheSessionIsNotRestarted) {
+    phone.setMyConnection(0);
+    world.device.services.insert("com.apple.afc2");
+    EXPECT_TRUE(phone.setupConnectionForRoot(10));
+    EXPECT_EQ(world.calls.take(), (Texts{"lock", "AMDeviceStartService com.apple.afc2",
+                                         "AFCConnectionOpen Root 0", "unlock"}));
+}
+
+TEST_F(SwitchingTest, TheFailuresOfEndingTheOldSessionAreNotLookedAt) {
+    world.device.services.insert("com.apple.afc2");
+    world.calls.fail("AFCConnectionClose", 1);
+    world.calls.fail("AMDeviceStopSession", 1);
+    world.calls.fail("AMDeviceDisconnect", 1);
+    EXPECT_TRUE(phone.setupConnectionForRoot(10));
+}
+
+class SavingTest : public SessionTest {
+protected:
+    std::optional<std::string> saved() {
+        const auto record = world.preferences.dictionaryForKey("UDID1");
+        if (!record) {
+            return std::nullopt;
+        }
+        EXPECT_EQ(record->size(), 1U);
+        return *find(*record, "lastMountPoint_appBundle")->string();
+    }
+};
+
+TEST_F(SavingTest, MediaIsSavedByItsServiceAndTheStoreIsFlushed) {
+    const auto record = phone.saveConnectionPoint();
+    EXPECT_EQ(record, (PropertyDictionary{{"lastMountPoint_appBundle", "com.apple.afc"}}));
+    EXPECT_EQ(saved(), "com.apple.afc");
+    EXPECT_EQ(world.calls.take().back(), "synchronize");
+}
+
+TEST_F(SavingTest, RootIsSavedByItsService) {
+    open(true);
+    phone.saveConnectionPoint();
+    EXPECT_EQ(saved(), "com.apple.afc2");
+}
+
+TEST_F(SavingTest, AnApplicationIsSavedByItsIdentifier) {
+    switchToApplication(false);
+    phone.saveConnectionPoint();
+    EXPECT_EQ(saved(), "org.example.notes");
+}
+
+TEST_F(SavingTest, NoRootIsSavedAsTheRootService) {
+    PodPhone fresh(world.platform);
+    fresh.setDeviceUniqueDeviceID("UDID1");
+    EXPECT_EQ(fresh.currentRootTag(), 0);
+    fresh.saveConnectionPoint();
+    EXPECT_EQ(saved(), "com.apple.afc2");
+}
+
+TEST_F(SavingTest, AnIndexOutsideTheCatalogueRaises) {
+    phone.setupConnectionForRoot(105);
+    EXPECT_THROW(phone.saveConnectionPoint(), std::out_of_range);
+    EXPECT_EQ(saved(), std::nullopt);
+}
+
+TEST_F(SavingTest, WithoutAnIdentifierNothingIsWritten) {
+    world.device.values.erase("UniqueDeviceID");
+    EXPECT_EQ(phone.saveConnectionPoint(), std::nullopt);
+    EXPECT_EQ(world.log.take(), (Texts{"uniqueDeviceID == nil"}));
+    EXPECT_TRUE(world.preferences.values().empty());
+    EXPECT_EQ(world.calls.count("synchronize"), 0U);
+}
+
+class RestoringTest : public CoreTest {
+protected:
+    void save(const std::string& value) {
+        world.preferences.setObject("UDID1",
+                                    PropertyDictionary{{"lastMountPoint_appBundle", value}});
+        isMountLastPoint_ = true;
+    }
+
+    void open(bool offersRoot) {
+        if (offersRoot) {
+            world.device.services.insert("com.apple.afc2");
+        }
+        EXPECT_TRUE(phone.initializePodPhone(&world.device, offersRoot));
+    }
+
+    PodPhone phone{world.platform};
+};
+
+TEST_F(RestoringTest, NothingIsRestoredWhileTheFlagIsOff) {
+    save("org.example.notes");
+    isMountLastPoint_ = false;
+    open(false);
+    EXPECT_EQ(world.log.take(), Texts{});
+    EXPECT_EQ(phone.currentRootTag(), 11);
+}
+
+TEST_F(RestoringTest, ADeviceThatWasNeverSavedKeepsItsRoot) {
+    isMountLastPoint_ = true;
+    open(false);
+    EXPECT_EQ(world.log.take(), (Texts{"restoreLastMountConnection"}));
+    EXPECT_EQ(phone.currentRootTag(), 11);
+}
+
+TEST_F(RestoringTest, WithoutAnIdentifierNothingIsRestored) {
+    save("org.example.notes");
+    world.device.values.erase("UniqueDeviceID");
+    open(false);
+    EXPECT_EQ(world.log.take(), (Texts{"restoreLastMountConnection", "uniqueDeviceID == nil"}));
+}
+
+TEST_F(RestoringTest, ASavedRootChangesNothing) {
+    save("com.apple.afc2");
+    open(false);
+    EXPECT_EQ(world.log.take(),
+              (Texts{"restoreLastMountConnection", "AMDeviceStartService:com.apple.afc2"}));
+    EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(world.calls.count("AFCConnectionClose"), 0U);
+}
+
+TEST_F(RestoringTest, ASavedMediaRootSwitchesAJailbrokenDevice) {
+    save("com.apple.afc");
+    open(true);
+    EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(phone.lastMountTag(), 11);
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Media");
+    EXPECT_EQ(world.log.take(),
+              (Texts{"restoreLastMountConnection", "AMDeviceStartService:com.apple.afc",
+                     "setupConnectionForRoot:11"}));
+}
+
+TEST_F(RestoringTest, ASavedMediaRootSwitchesNothingOnAnyOtherDevice) {
+    save("com.apple.afc");
+    open(false);
+    EXPECT_EQ(world.log.take(),
+              (Texts{"restoreLastMountConnection", "AMDeviceStartService:com.apple.afc"}));
+    EXPECT_EQ(world.calls.count("AFCConnectionClose"), 0U);
+}
+
+TEST_F(RestoringTest, ASavedApplicationIsOpenedAgain) {
+    World::addApplication(world.device, "org.example.maps", "Maps");
+    World::addApplication(world.device, "org.example.notes", "Notes");
+    save("org.example.notes");
+    open(false);
+    EXPECT_EQ(phone.currentRootTag(), 101);
+    EXPECT_EQ(phone.lastMountTag(), 101);
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "org.example.notes");
+    EXPECT_TRUE(world.log.contains("AMDeviceStartHouseArrestService:org.example.notes"));
+}
+
+TEST_F(RestoringTest, ASavedApplicationThatIsGoneLeavesTheRootAndTheMarkedTag) {
+    World::addApplication(world.device, "org.example.maps", "Maps");
+    save("org.example.notes");
+    open(false);
+    EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(phone.lastMountTag(), 11);
+    EXPECT_EQ(world.calls.count("AFCConnectionClose"), 0U);
+}
+
+TEST_F(RestoringTest, AFailedSwitchDoesNotFailTheOpening) {
+    World::addApplication(world.device, "org.example.notes", "Notes");
+    save("org.example.notes");
+    world.calls.fail("AMDeviceStartHouseArrestService", 5);
+    open(false);
+    EXPECT_EQ(phone.currentRootTag(), 100);
+    EXPECT_EQ(phone.lastMountTag(), 100);
+}
+
+}  // namespace
+}  // namespace quillbox::fakes
