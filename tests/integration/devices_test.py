@@ -16,7 +16,7 @@ def mounted_in(folder):
 
 class SeveralDevices(DeviceTest):
     def check_independent(self, count, *options):
-        self.simulator = self.start_simulator("--devices", str(count), *options)
+        self.simulator = self.start_simulator("--devices", str(count), "--no-afc2", *options)
         self.quillbox = self.start_quillbox(self.simulator)
         names = wait_for(lambda: len(mounted_in(self.quillbox.volumes)) == count and mounted_in(
             self.quillbox.volumes), 10 * PATIENCE, f"{count} volumes")
@@ -53,7 +53,7 @@ class SeveralDevices(DeviceTest):
         self.assertEqual(names, ["Blue Phone", "Blue Phone 2", "Blue Phone 3"])
 
     def test_a_folder_that_is_already_there_is_not_used(self):
-        self.simulator = self.start_simulator("--devices", "1")
+        self.simulator = self.start_simulator("--devices", "1", "--no-afc2")
         volumes = os.path.join(self.folder, "Volumes")
         os.makedirs(os.path.join(volumes, "Blue Phone"))
         open(os.path.join(volumes, "Blue Phone", "mine"), "w").close()
@@ -66,7 +66,7 @@ class SeveralDevices(DeviceTest):
     def test_a_hostile_device_name_stays_inside_the_volumes_folder(self):
         for name in ("../../etc", "..", ".", "a/b", "x,allow_other", "new\nline", " ", "ü" * 200):
             with self.subTest(name=name):
-                self.simulator = self.start_simulator("--devices", "1", "--name", name)
+                self.simulator = self.start_simulator("--devices", "1", "--no-afc2", "--name", name)
                 self.quillbox = self.start_quillbox(self.simulator)
                 wait_for(lambda: mounted_in(self.quillbox.volumes), 10 * PATIENCE, "a volume")
                 self.assertEqual(len(os.listdir(self.quillbox.volumes)), 1)

@@ -19,7 +19,7 @@ class EachRequestFails(DeviceTest):
 
     def setUp(self):
         super().setUp()
-        self.start("--devices", "1")
+        self.start("--devices", "1", "--no-afc2")
         self.udid = self.simulator.udids[0]
 
     def fill(self, folder):
@@ -41,9 +41,9 @@ class EachRequestFails(DeviceTest):
         reported = 0
         for n in range(1, total + 1):
             prepare()
-            self.simulator.ctl("fail-nth", "any", n, self.STATUS, self.udid)
+            self.simulator.ctl("fail-nth", "any", n, self.STATUS, "--device", self.udid)
             done = job()
-            self.simulator.ctl("fail", "clear")
+            self.simulator.ctl("clear-faults")
             if done.returncode == 0:
                 self.assertTrue(is_whole(), f"request {n} of {total} failed, the job ended with 0, and "
                                             f"its result is wrong")
@@ -135,20 +135,20 @@ class EachAnswerArrives(DeviceTest):
 
     def setUp(self):
         super().setUp()
-        self.start("--devices", "1")
+        self.start("--devices", "1", "--no-afc2")
         self.udid = self.simulator.udids[0]
         random_file(os.path.join(self.media, "file"), 5000)
         os.mkdir(os.path.join(self.media, "folder"))
         self.path = os.path.join(self.volume, "file")
 
     def failing(self, kind, status, action):
-        self.simulator.ctl("fail", kind, 1000, status, self.udid)
+        self.simulator.ctl("fail", kind, 1000, status, "--device", self.udid)
         try:
             action()
         except OSError as error:
             return error.errno
         finally:
-            self.simulator.ctl("fail", "clear")
+            self.simulator.ctl("clear-faults")
         return 0
 
     def check(self, kind, action, expected=None):
@@ -164,10 +164,10 @@ class EachAnswerArrives(DeviceTest):
         self.check("read-directory", lambda: os.listdir(os.path.join(self.volume, "folder")))
 
     def test_opening(self):
-        self.check("file-open", lambda: os.close(os.open(self.path, os.O_RDONLY)))
+        self.check("open", lambda: os.close(os.open(self.path, os.O_RDONLY)))
 
     def test_creating(self):
-        self.check("file-open", lambda: os.close(os.open(self.path + "2", os.O_CREAT | os.O_WRONLY)))
+        self.check("open", lambda: os.close(os.open(self.path + "2", os.O_CREAT | os.O_WRONLY)))
 
     def test_reading(self):
         def read():
@@ -176,7 +176,7 @@ class EachAnswerArrives(DeviceTest):
                 os.read(handle, 100)
             finally:
                 os.close(handle)
-        self.check("file-read", read)
+        self.check("read", read)
 
     def test_writing(self):
         def write():
@@ -185,7 +185,7 @@ class EachAnswerArrives(DeviceTest):
                 os.write(handle, b"x")
             finally:
                 os.close(handle)
-        self.check("file-write", write)
+        self.check("write", write)
 
     def test_making_a_folder(self):
         self.check("make-directory", lambda: os.mkdir(os.path.join(self.volume, "new")))
@@ -197,15 +197,15 @@ class EachAnswerArrives(DeviceTest):
         self.check("truncate", lambda: os.truncate(self.path, 10))
 
     def test_setting_a_date(self):
-        self.check("set-modification-time", lambda: os.utime(self.path, (1e9, 1e9)))
+        self.check("set-time", lambda: os.utime(self.path, (1e9, 1e9)))
 
     def test_a_failed_removal_and_a_failed_link_are_not_supported(self):
         self.check("remove", lambda: os.remove(self.path), expected=errno.ENOTSUP)
-        self.check("make-link", lambda: os.symlink("x", self.path + ".link"), expected=errno.ENOTSUP)
-        self.check("make-link", lambda: os.link(self.path, self.path + ".hard"), expected=errno.ENOTSUP)
+        self.check("link", lambda: os.symlink("x", self.path + ".link"), expected=errno.ENOTSUP)
+        self.check("link", lambda: os.link(self.path, self.path + ".hard"), expected=errno.ENOTSUP)
 
     def test_an_error_is_that_file_s_error_only(self):
-        self.simulator.ctl("fail", "file-write", 1, 5, self.udid)
+        self.simulator.ctl("fail", "write", 1, 5, "--device", self.udid)
         with self.assertRaises(OSError):
             with open(self.path, "wb", buffering=0) as file:
                 file.write(b"x")

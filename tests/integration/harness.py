@@ -108,16 +108,21 @@ class Simulator:
                    *map(str, words), seconds=seconds, check=check).stdout
 
     def list_devices(self):
-        return [line.split("\t")[0] for line in self.ctl("list").splitlines() if line.strip()]
+        return [line.split()[0] for line in self.ctl("list").splitlines() if line.strip()]
 
     def media(self, index=0):
         """The host folder behind a device's media area."""
         return os.path.join(self.state, self.udids[index], "Media")
 
     def counters(self):
-        """Requests by kind since the last reset."""
-        pairs = (line.split() for line in self.ctl("counters").splitlines())
-        return {words[0]: int(words[-1]) for words in pairs if len(words) >= 2}
+        """File service requests by kind since the last reset, over all devices, and their "total"."""
+        counted = {}
+        for line in self.ctl("counters").splitlines():
+            _, kind, number = line.split()
+            if kind.islower():
+                counted[kind] = counted.get(kind, 0) + int(number)
+        counted["total"] = sum(counted.values())
+        return counted
 
     def end(self):
         if self.process.poll() is None:
@@ -200,7 +205,7 @@ class DeviceTest(unittest.TestCase):
     """One test with a temporary folder, as many simulators and programs as it starts, and clean ends."""
 
     maxDiff = 4000
-    DEVICES = ("--devices", "1", "--sample")
+    DEVICES = ("--devices", "1", "--sample", "--no-afc2")
     OPTIONS = ()
 
     def setUp(self):

@@ -26,6 +26,7 @@ class Trust(DeviceTest):
         self.assertEqual(os.listdir(self.quillbox.volumes), [])
 
     def test_a_device_that_is_trusted_late(self):
+        self.simulator.ctl("distrust", self.udid, "--forget-record")
         self.simulator.ctl("pending", self.udid)
         self.arrive()
         self.quillbox.wait_log("unlock the device and tap Trust")
@@ -34,7 +35,7 @@ class Trust(DeviceTest):
         self.quillbox.wait_mounted("Blue Phone", 8)
 
     def test_a_device_that_is_locked_and_was_never_paired(self):
-        self.simulator.ctl("distrust", self.udid)
+        self.simulator.ctl("distrust", self.udid, "--forget-record")
         self.simulator.ctl("lock", self.udid)
         self.arrive()
         self.quillbox.wait_log("unlock the device")
@@ -44,8 +45,11 @@ class Trust(DeviceTest):
         self.quillbox.wait_mounted("Blue Phone", 12)
 
     def test_a_device_whose_user_said_no(self):
-        self.simulator.ctl("refuse", self.udid)
+        self.simulator.ctl("distrust", self.udid, "--forget-record")
+        self.simulator.ctl("pending", self.udid)
         self.arrive()
+        self.quillbox.wait_log("tap Trust")
+        self.simulator.ctl("refuse", self.udid)
         self.quillbox.wait_log("unplug, plug in again and tap Trust")
         self.check_not_mounted()
         self.simulator.ctl("detach", self.udid)
@@ -60,16 +64,16 @@ class Trust(DeviceTest):
         self.check_not_mounted()
 
     def test_a_device_that_was_not_unlocked_since_its_start(self):
-        self.simulator.ctl("first-unlock", self.udid, "off")
+        self.simulator.ctl("lock", self.udid, "--since-start")
         self.arrive()
         self.quillbox.wait_log("unlock the device once after its restart")
         self.check_not_mounted()
-        self.simulator.ctl("first-unlock", self.udid, "on")
+        self.simulator.ctl("unlock", self.udid)
         self.quillbox.wait_mounted("Blue Phone", 12)
 
 
 class WithoutTls(Trust):
-    DEVICES = ("--devices", "1", "--sample", "--no-tls")
+    DEVICES = DeviceTest.DEVICES + ("--no-tls",)
 
     def test_it_is_mounted_as_soon_as_it_arrives(self):
         self.arrive()
@@ -117,7 +121,7 @@ class Multiplexer(DeviceTest):
         self.simulator.ctl("mux", "hang")
         self.quillbox = self.start_quillbox(self.simulator)
         self.quillbox.wait_log("does not answer", 12)
-        self.simulator.ctl("mux", "start")
+        self.simulator.ctl("mux", "unhang")
         self.quillbox.wait_mounted("Blue Phone", 12)
 
     def test_the_program_ends_while_the_multiplexer_hangs(self):
@@ -129,8 +133,8 @@ class Multiplexer(DeviceTest):
     def test_a_device_by_cable_and_by_network_is_one_device(self):
         self.quillbox = self.start_quillbox(self.simulator)
         volume = self.quillbox.wait_mounted("Blue Phone")
-        self.simulator.ctl("attach-network", self.udid)
-        self.simulator.ctl("paired", self.udid)
+        self.simulator.ctl("attach", self.udid, "--network")
+        self.simulator.ctl("trust", self.udid, "--twice")
         self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone"])
         self.assertIn("DCIM", os.listdir(volume))
 

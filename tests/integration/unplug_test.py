@@ -174,14 +174,13 @@ class ConnectionLost(DeviceTest):
 class Stalled(DeviceTest):
     """A device that stops answering holds up nobody but itself."""
 
-    DEVICES = ("--devices", "3", "--sample")
+    DEVICES = ("--devices", "3", "--sample", "--no-afc2")
 
     def setUp(self):
         super().setUp()
         self.simulator = self.start_simulator()
         self.quillbox = self.start_quillbox(self.simulator)
         wait_for(lambda: self.mounted() == 3, 10 * PATIENCE, "three volumes")
-        self.names = [self.simulator.ctl("info", udid) for udid in self.simulator.udids]
 
     def mounted(self):
         return sum(is_mounted(os.path.join(self.quillbox.volumes, name))

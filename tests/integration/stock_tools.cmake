@@ -1,0 +1,2 @@
+# The stock command line tools against the simulated device.
+quillbox_python_test(stock_tools 180)
