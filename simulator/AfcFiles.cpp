@@ -270,7 +270,11 @@ Status AfcFiles::open(const std::string& path, AfcOpenMode mode, UniqueFd& file)
     if (::fstat(file.get(), &data) != 0) {
         return statusOf(errno);
     }
-    return S_ISDIR(data.st_mode) ? Status::ObjectIsDirectory : Status::Success;
+    if (S_ISDIR(data.st_mode)) {
+        file.reset();
+        return Status::ObjectIsDirectory;
+    }
+    return Status::Success;
 }
 
 Status AfcFiles::truncate(const std::string& path, std::uint64_t size) const {

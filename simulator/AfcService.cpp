@@ -11,16 +11,11 @@ namespace {
 
 using wire::AfcStatus;
 
-/// Sends an answer in one piece, without copying large data twice.
 bool send(Stream& stream, std::uint64_t number, const AfcAnswer& answer) {
-    wire::Bytes head =
+    const wire::Bytes head =
         wire::makeAfcHead(number, answer.operation, answer.parameters, answer.data.size());
-    constexpr std::size_t kSmall = 64U << 10U;
-    if (answer.data.size() <= kSmall) {
-        wire::append(head, answer.data);
-        return stream.write(head);
-    }
-    return stream.write(head) && stream.write(answer.data);
+    stream.markAnswering();
+    return stream.write(head, answer.data);
 }
 
 AfcAnswer orderedFailure(const Verdict& verdict) {
@@ -37,6 +32,7 @@ public:
           locksWithDevice_{locksWithDevice} {}
 
     void run() {
+        context_.stream.markAnswered();
         while (answerNext()) {
         }
     }
@@ -44,7 +40,6 @@ public:
 private:
     bool answerNext() {
         Stream& stream = context_.stream;
-        stream.markIdle();
         std::array<std::byte, wire::kAfcHeaderSize> fixed{};
         if (!stream.read(fixed)) {
             return false;

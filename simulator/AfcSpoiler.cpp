@@ -106,6 +106,7 @@ Bytes spoil(std::uint64_t packetNumber, AfcAnswer answer, Malformed variant) {
 
 bool sendSpoiled(Stream& stream, std::uint64_t packetNumber, const AfcAnswer& answer,
                  Malformed variant) {
+    stream.markAnswering();
     if (!stream.write(spoil(packetNumber, answer, variant))) {
         return false;
     }

@@ -34,19 +34,27 @@ public:
     /// The link has handed `count` bytes of the client to the service.
     void addDelivered(std::uint64_t count) { delivered_ += count; }
 
-    /// The service has answered everything among the first `consumed` bytes and waits for more.
-    /// Only services that count round trips say so.
-    void markIdle(std::uint64_t consumed) { idleAt_ = consumed; }
+    /// The link has handed `count` bytes of the service to the client.
+    void addForwarded(std::uint64_t count) { forwarded_ += count; }
 
-    /// Whether the service has answered all that it was handed: bytes that come in now begin a new
-    /// round trip, unless answers are still on their way.
-    [[nodiscard]] bool idle() const { return idleAt_ == delivered_; }
+    /// The service is about to send `count` bytes.
+    void addProduced(std::uint64_t count) { produced_ += count; }
+
+    /// With the bytes produced so far the service has answered everything among the first
+    /// `consumed` bytes. Only services that count round trips say so.
+    void markAnswered(std::uint64_t consumed) { answered_ = consumed; }
+
+    /// Whether the client has got the answers to all that it has sent: what it sends now begins a
+    /// new round trip.
+    [[nodiscard]] bool idle() const { return answered_ == delivered_ && forwarded_ == produced_; }
 
 private:
     std::string service_;
     std::atomic<bool> closed_ = false;
     std::atomic<std::uint64_t> delivered_ = 0;
-    std::atomic<std::uint64_t> idleAt_ = ~std::uint64_t{0};
+    std::atomic<std::uint64_t> forwarded_ = 0;
+    std::atomic<std::uint64_t> produced_ = 0;
+    std::atomic<std::uint64_t> answered_ = ~std::uint64_t{0};
     std::mutex mutex_;
     std::condition_variable changed_;
 };

@@ -171,7 +171,12 @@ std::string counters(Simulation& simulation, const Arguments& arguments) {
             continue;
         }
         for (const auto& [kind, count] : counts) {
-            text += (text.empty() ? "" : "\n") + device + " " + kind + " " + std::to_string(count);
+            text += text.empty() ? "" : "\n";
+            text += device;
+            text += ' ';
+            text += kind;
+            text += ' ';
+            text += std::to_string(count);
         }
     }
     return text;

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -21,11 +20,6 @@ constexpr std::size_t kBuffer = 1U << 20U;
 
 void setNonBlocking(int fd) {
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
-}
-
-int unreadBytes(int fd) {
-    int count = 0;
-    return ::ioctl(fd, FIONREAD, &count) == 0 ? count : 0;
 }
 
 }  // namespace
@@ -98,8 +92,7 @@ void Link::run() {
 }
 
 bool Link::startsRoundTrip() const {
-    return channel_->idle() && up_.line.empty() && down_.line.empty() &&
-           unreadBytes(service_.get()) == 0;
+    return channel_->idle() && up_.line.empty();
 }
 
 void Link::pull(Direction& direction) {
@@ -140,6 +133,8 @@ void Link::push(Direction& direction, bool ignoreTime) {
         if (sent > 0) {
             if (direction.towardsDevice) {
                 channel_->addDelivered(static_cast<std::uint64_t>(sent));
+            } else {
+                channel_->addForwarded(static_cast<std::uint64_t>(sent));
             }
             direction.line.consume(static_cast<std::size_t>(sent));
             continue;

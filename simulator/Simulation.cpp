@@ -12,7 +12,7 @@
 namespace quillbox::simulator {
 namespace {
 
-std::filesystem::path prepared(std::filesystem::path state) {
+std::filesystem::path prepared(const std::filesystem::path& state) {
     std::filesystem::create_directories(state);
     return std::filesystem::canonical(state);
 }
@@ -60,8 +60,8 @@ DeviceDescription numberedDevice(unsigned index) {
     return description;
 }
 
-Simulation::Simulation(std::filesystem::path socket, std::filesystem::path state)
-    : state_{prepared(std::move(state))},
+Simulation::Simulation(std::filesystem::path socket, const std::filesystem::path& state)
+    : state_{prepared(state)},
       environment_{KeyPair::loadOrMake(state_ / "key.pem"), {}, {}},
       multiplexer_{environment_, tasks_, std::move(socket), systemBuid(state_)} {}
 

@@ -25,7 +25,7 @@ class Simulation {
 public:
     /// `state` keeps the key pair, the multiplexer's identifier and the devices' folders; it is
     /// made. Throws std::exception when it cannot be used.
-    Simulation(std::filesystem::path socket, std::filesystem::path state);
+    Simulation(std::filesystem::path socket, const std::filesystem::path& state);
     Simulation(const Simulation&) = delete;
     Simulation& operator=(const Simulation&) = delete;
     ~Simulation();

@@ -19,20 +19,26 @@ Stream& streamOf(BIO* bio) {
 }
 
 int bioRead(BIO* bio, char* target, std::size_t size, std::size_t* got) {
-    const std::ptrdiff_t count =
-        streamOf(bio).receive(std::as_writable_bytes(std::span{target, size}));
+    Stream& stream = streamOf(bio);
+    if (!stream.flush()) {
+        *got = 0;
+        return 0;
+    }
+    const std::ptrdiff_t count = stream.receive(std::as_writable_bytes(std::span{target, size}));
     *got = count > 0 ? static_cast<std::size_t>(count) : 0;
     return count > 0 ? 1 : 0;
 }
 
+// Records are gathered and go out together: a large answer is one long write instead of many short
+// ones, and the link sees the whole of it announced.
 int bioWrite(BIO* bio, const char* bytes, std::size_t size, std::size_t* sent) {
-    const bool all = streamOf(bio).transmit(wire::asBytes({bytes, size}));
-    *sent = all ? size : 0;
-    return all ? 1 : 0;
+    streamOf(bio).gather(wire::asBytes({bytes, size}));
+    *sent = size;
+    return 1;
 }
 
-long bioControl(BIO* /*bio*/, int command, long /*number*/, void* /*pointer*/) {
-    return command == BIO_CTRL_FLUSH ? 1 : 0;
+long bioControl(BIO* bio, int command, long /*number*/, void* /*pointer*/) {
+    return command == BIO_CTRL_FLUSH && streamOf(bio).flush() ? 1 : 0;
 }
 
 BIO_METHOD* streamMethod() {
@@ -60,6 +66,7 @@ Stream::~Stream() {
     if (tls_) {
         // Says goodbye without waiting for an answer.
         SSL_shutdown(tls_.get());
+        [[maybe_unused]] const bool said = flush();
         ERR_clear_error();
     }
 }
@@ -77,7 +84,16 @@ std::ptrdiff_t Stream::receive(std::span<std::byte> target) {
     }
 }
 
-bool Stream::transmit(wire::ByteView bytes) {
+bool Stream::transmit(wire::ByteView first, wire::ByteView second) {
+    channel_->addProduced(first.size() + second.size());
+    if (answering_) {
+        answering_ = false;
+        channel_->markAnswered(consumed_);
+    }
+    return transmitAll(first) && transmitAll(second);
+}
+
+bool Stream::transmitAll(wire::ByteView bytes) {
     while (!bytes.empty()) {
         const ssize_t sent = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno == EINTR) {
@@ -89,6 +105,15 @@ bool Stream::transmit(wire::ByteView bytes) {
         bytes = bytes.subspan(static_cast<std::size_t>(sent));
     }
     return true;
+}
+
+bool Stream::flush() {
+    if (gathered_.empty()) {
+        return true;
+    }
+    const bool sent = transmit(gathered_, {});
+    gathered_.clear();
+    return sent;
 }
 
 bool Stream::read(std::span<std::byte> target) {
@@ -111,19 +136,21 @@ bool Stream::read(std::span<std::byte> target) {
     return true;
 }
 
-bool Stream::write(wire::ByteView bytes) {
+bool Stream::write(wire::ByteView first, wire::ByteView second) {
     if (!tls_) {
-        return transmit(bytes);
+        return transmit(first, second);
     }
-    while (!bytes.empty()) {
-        std::size_t sent = 0;
-        if (SSL_write_ex(tls_.get(), bytes.data(), bytes.size(), &sent) != 1) {
-            ERR_clear_error();
-            return false;
+    for (wire::ByteView bytes : {first, second}) {
+        while (!bytes.empty()) {
+            std::size_t sent = 0;
+            if (SSL_write_ex(tls_.get(), bytes.data(), bytes.size(), &sent) != 1) {
+                ERR_clear_error();
+                return false;
+            }
+            bytes = bytes.subspan(sent);
         }
-        bytes = bytes.subspan(sent);
     }
-    return true;
+    return flush();
 }
 
 bool Stream::startTls(const SslContextPointer& context) {
@@ -132,7 +159,7 @@ bool Stream::startTls(const SslContextPointer& context) {
     BIO_set_data(bio, this);
     BIO_set_init(bio, 1);
     SSL_set_bio(tls.get(), bio, bio);
-    const bool done = SSL_accept(tls.get()) == 1;
+    const bool done = SSL_accept(tls.get()) == 1 && flush();
     ERR_clear_error();
     if (done) {
         tls_ = std::move(tls);
@@ -150,6 +177,7 @@ void Stream::endTls() {
     while (SSL_read_ex(tls_.get(), ignored.data(), ignored.size(), &count) == 1) {
     }
     SSL_shutdown(tls_.get());
+    [[maybe_unused]] const bool said = flush();
     ERR_clear_error();
     tls_.reset();
 }
@@ -158,11 +186,13 @@ X509Pointer Stream::peerCertificate() const {
     return X509Pointer{tls_ ? SSL_get1_peer_certificate(tls_.get()) : nullptr};
 }
 
-void Stream::markIdle() {
-    if (tls_ && SSL_has_pending(tls_.get()) == 1) {
-        return;
-    }
-    channel_->markIdle(consumed_);
+void Stream::markAnswering() {
+    // A further request may have come in the same record as the one that is answered.
+    answering_ = !tls_ || SSL_has_pending(tls_.get()) == 0;
+}
+
+void Stream::markAnswered() {
+    channel_->markAnswered(consumed_);
 }
 
 }  // namespace quillbox::simulator

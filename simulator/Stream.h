@@ -23,8 +23,8 @@ public:
     /// Fills `target` wholly.
     [[nodiscard]] bool read(std::span<std::byte> target);
 
-    /// Sends all of `bytes`.
-    [[nodiscard]] bool write(wire::ByteView bytes);
+    /// Sends all of `first` and `second`, one behind the other.
+    [[nodiscard]] bool write(wire::ByteView first, wire::ByteView second = {});
 
     /// Goes over to TLS as the server; true after a whole handshake.
     [[nodiscard]] bool startTls(const SslContextPointer& context);
@@ -37,21 +37,31 @@ public:
 
     [[nodiscard]] bool secure() const { return tls_ != nullptr; }
 
-    /// Tells the link that everything taken so far is answered.
-    void markIdle();
+    /// Says that the next write answers the last of what was read so far; without a write that
+    /// nothing waits for an answer. The link counts round trips by it.
+    void markAnswering();
+    void markAnswered();
 
     [[nodiscard]] Channel& channel() { return *channel_; }
 
     /// Bytes taken from the socket, as they came in; for TLS's own use.
     [[nodiscard]] std::ptrdiff_t receive(std::span<std::byte> target);
 
-    /// Puts bytes on the socket as they are, all of them; for TLS's own use.
-    [[nodiscard]] bool transmit(wire::ByteView bytes);
+    /// Keeps bytes until the next flush(); for TLS's own use.
+    void gather(wire::ByteView bytes) { wire::append(gathered_, bytes); }
+
+    /// Puts what was gathered on the socket; for TLS's own use.
+    [[nodiscard]] bool flush();
 
 private:
     UniqueFd socket_;
     std::shared_ptr<Channel> channel_;
+    [[nodiscard]] bool transmit(wire::ByteView first, wire::ByteView second);
+    [[nodiscard]] bool transmitAll(wire::ByteView bytes);
+
     std::uint64_t consumed_ = 0;
+    bool answering_ = false;
+    wire::Bytes gathered_;
     SslPointer tls_;
 };
 
