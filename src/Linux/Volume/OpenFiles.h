@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 namespace quillbox::volume {
 
@@ -48,6 +49,16 @@ public:
             }
         }
         return std::nullopt;
+    }
+
+    std::vector<HandleId> handles() const {
+        const std::lock_guard lock(mutex_);
+        std::vector<HandleId> result;
+        result.reserve(files_.size());
+        for (const auto& [handle, file] : files_) {
+            result.push_back(handle);
+        }
+        return result;
     }
 
     /// Takes a file out; nothing when it is not there (any more).

@@ -80,6 +80,9 @@ public:
     /// Closed by the last program: exactly one for each open. Harmless for an unknown handle. On a
     /// closed queue the delegate is not told.
     void release(HandleId handle);
+    /// At the end of a session: the kernel drops the last releases when the last file of a volume
+    /// out of sight is closed.
+    void releaseAll();
 
     // Directories. A listing is taken whole when the directory is opened and again by a rewind.
     Result<HandleId> openDirectory(Caller& caller, NodeId node);

@@ -182,4 +182,10 @@ void Operations::release(HandleId handle) {
     nodes_.letGo(file->node);
 }
 
+void Operations::releaseAll() {
+    for (const HandleId handle : files_.handles()) {
+        release(handle);
+    }
+}
+
 }  // namespace quillbox::volume

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Volume/Session.h"
 
+#include "Linux/Volume/KernelChannel.h"
+
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -34,6 +36,9 @@ int Session::mount(const std::string& path) {
         return errno == 0 ? EIO : errno;
     }
     isMounted_ = true;
+    if (const int error = useKernelChannel(session_.get()); error != 0) {
+        return -error;
+    }
     loop_ = std::make_unique<RequestLoop>(session_.get());
     return 0;
 }

@@ -90,11 +90,13 @@ std::optional<HandleId> handleOf(const fuse_file_info* file) {
     return file == nullptr ? std::nullopt : std::optional<HandleId>(file->fh);
 }
 
-void onInit(void*, fuse_conn_info* connection) {
+void onInit(void* data, fuse_conn_info* connection) {
     connection->max_write = kLargestRequest;
     connection->max_readahead = kLargestRequest;
-    connection->want |= connection->capable & FUSE_CAP_ATOMIC_O_TRUNC;
+    connection->want |= connection->capable & (FUSE_CAP_ATOMIC_O_TRUNC | FUSE_CAP_PARALLEL_DIROPS);
     connection->want &= ~static_cast<unsigned>(FUSE_CAP_WRITEBACK_CACHE);
+    static_cast<Served*>(data)->wantsParallelFolders =
+        (connection->want & FUSE_CAP_PARALLEL_DIROPS) != 0;
 }
 
 void onLookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {

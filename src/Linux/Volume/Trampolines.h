@@ -3,6 +3,10 @@
 
 #include "Linux/Volume/Operations.h"
 
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
 #define FUSE_USE_VERSION 312
 #include <fuse_lowlevel.h>
 
@@ -12,6 +16,13 @@ namespace quillbox::volume {
 struct Served {
     Operations& operations;
     DelegateQueue& queue;
+    /// Called once kernel and volume have agreed on the protocol, on a thread that answers
+    /// requests.
+    std::function<void()> whenKernelAnswers;
+
+    // Of the first exchange (`KernelChannel.h`).
+    std::atomic<std::uint64_t> firstRequest = 0;
+    std::atomic<bool> wantsParallelFolders = false;
 };
 
 /// The library's callbacks: each turns a request into one operation, and its answer, or whatever

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace quillbox::volume {
@@ -54,7 +53,7 @@ Volume::Volume(Parts parts)
       nodes_(randomSeed()),
       operations_({*delegate_, *backing_, queue_, nodes_, Owner{::getuid(), ::getgid()},
                    informationFor(options_, askedPath_)}),
-      served_{operations_, queue_} {}
+      served_{operations_, queue_, [this] { isAnswered(); }} {}
 
 Volume::~Volume() = default;
 
@@ -128,21 +127,13 @@ void Volume::run() {
         if (isUnwanted) {
             takeDown(Detachment::Lazy);
         }
-        std::thread witness([this] { awaitFirstAnswer(); });
         session_->run();
-        witness.join();
+        operations_.releaseAll();
     }
     end(error);
 }
 
-// Mounted means that the kernel answers: it does so once it has agreed with us on the protocol. The
-// name asked for is one that the volume answers without its delegate.
-void Volume::awaitFirstAnswer() {
-    struct stat attributes = {};
-    const std::string path = mountPoint_.path() + "/.Trash";
-    if (::lstat(path.c_str(), &attributes) != 0 && errno != ENOENT && errno != EIO) {
-        return;
-    }
+void Volume::isAnswered() {
     {
         const std::lock_guard lock(mutex_);
         if (isGone_) {

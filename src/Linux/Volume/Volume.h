@@ -94,7 +94,7 @@ public:
 private:
     void run();
     int bringUp();
-    void awaitFirstAnswer();
+    void isAnswered();
     void end(int mountError);
     void takeDown(Detachment first);
     bool isOutOfSight() const;

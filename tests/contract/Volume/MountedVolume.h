@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
+#include <spawn.h>
 #include <string>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -49,6 +50,19 @@ public:
 private:
     std::string path_;
 };
+
+/// Starts this test program as one of the helpers of its `main`.
+inline pid_t startSelf(std::vector<std::string> arguments) {
+    std::string program = "/proc/self/exe";
+    std::vector<char*> words{program.data()};
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    pid_t process = 0;
+    EXPECT_EQ(::posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ), 0);
+    return process;
+}
 
 /// Tests over a real mount: the kernel, a volume, a delegate and its device in memory.
 class MountedVolume : public testing::Test {
