@@ -106,9 +106,20 @@ AFCError AfcConnection::use(Use& use) {
 }
 
 std::shared_ptr<AfcClient> AfcConnection::sameClient(std::uint64_t generation) {
-    const std::lock_guard lock{mutex_};
-    return generation == generation_ && !closed_ && client_ && !client_->isBroken() ? client_
-                                                                                    : nullptr;
+    {
+        const std::lock_guard lock{mutex_};
+        if (generation != generation_ || closed_ || !client_ || client_->isBroken()) {
+            return nullptr;
+        }
+        if (client_->isAlive()) {
+            return client_;
+        }
+        client_->breakNow();
+    }
+    if (device_->isAttached()) {
+        onLost_(shared_from_this());
+    }
+    return nullptr;
 }
 
 Failure AfcConnection::recover() {

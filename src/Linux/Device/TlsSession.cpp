@@ -94,6 +94,9 @@ TlsSession::Step TlsSession::stepOf(int result) {
     case SSL_ERROR_ZERO_RETURN:
         return Step::Closed;
     default:
+        if (ERR_peek_error() == 0) {
+            return Step::Closed;  // ended without a word, as a pulled cable does
+        }
         lastError_ = takeError();
         return Step::Failed;
     }
