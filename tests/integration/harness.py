@@ -161,8 +161,10 @@ class Quillbox:
 
     def wait_mounted(self, name, seconds=10):
         path = self.volume(name)
-        wait_for(lambda: is_mounted(path), seconds * PATIENCE, f"{name} is mounted")
-        wait_for(lambda: os.path.isdir(path), seconds * PATIENCE, f"{name} answers")
+        # In this order: a dead volume of a killed program is mounted too and answers nothing, and the empty
+        # folder that takes its place is a folder but no mount.
+        wait_for(lambda: os.path.isdir(path) and is_mounted(path), seconds * PATIENCE,
+                 f"{name} is mounted and answers")
         return path
 
     def wait_gone(self, name, seconds=2.0):
