@@ -47,6 +47,18 @@ void Session::run() {
     loop_->run();
 }
 
+// The connection ends with the device file's last descriptor. The number stays taken, by a file that
+// swallows what a request in hand may still answer.
+void Session::abort() {
+    if (loop_ == nullptr) {
+        return;
+    }
+    loop_->stop();
+    const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    ::dup3(nowhere, ::fuse_session_fd(session_.get()), O_CLOEXEC);
+    ::close(nowhere);
+}
+
 // The library unmounts the folder unless the connection has ended, without a look at whose mount
 // stands there by now. Unmounting is not its business here, so it gets to see an ended connection:
 // a pipe that nobody reads takes the place of the device file, whose closing ends the connection.

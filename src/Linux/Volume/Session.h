@@ -24,13 +24,9 @@ public:
     /// Serves until the volume is unmounted and everything on it closed, or `stop`.
     void run();
 
-    /// Ends `run` without the kernel's leave, once the requests in hand are answered: what programs
-    /// still ask gets an error. Any thread, after `mount`.
-    void stop() {
-        if (loop_ != nullptr) {
-            loop_->stop();
-        }
-    }
+    /// Ends `run` without the kernel's leave, once the requests in hand are answered, and the
+    /// connection at once: programs that wait for it get an error. Any thread, after `mount`.
+    void abort();
 
 private:
     struct Closer {

@@ -300,7 +300,7 @@ void Volume::abort() {
     if (deviceMinor_ != 0) {
         std::ofstream(control) << "1";  // absent where that file system is not mounted
     }
-    session_->stop();
+    session_->abort();
 }
 
 bool Volume::waitForEnd(std::chrono::steady_clock::time_point deadline) {

@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The parts of the adapter that need no mount.
+#include "Linux/Volume/Attributes.h"
+#include "Linux/Volume/DelegateQueue.h"
+#include "Linux/Volume/Errors.h"
+#include "Linux/Volume/MountOptions.h"
+#include "Linux/Volume/MountTable.h"
+#include "Linux/Volume/Nodes.h"
+#include "Linux/Volume/Operations.h"
+#include "Linux/Volume/VolumeInformation.h"
+#include "MountedVolume.h"
+
+#include <atomic>
+#include <fcntl.h>
+#include <thread>
+
+namespace quillbox::volume {
+namespace {
+
+using test::MemoryBacking;
+using test::MemoryDelegate;
+using test::MemoryDevice;
+using test::Request;
+
+std::optional<NSError> posix(int code) {
+    return NSError::errorWithDomain(NSPOSIXErrorDomain, code);
+}
+
+TEST(ErrorsOfADevice, HaveTheirNumbers) {
+    const std::vector<std::pair<AFCError, int>> table = {
+        {kAFCSuccess, EIO},
+        {kAFCUnknownError, EIO},
+        {kAFCInvalidArgument, EIO},
+        {kAFCObjectNotFound, ENOENT},
+        {kAFCObjectIsDirectory, EISDIR},
+        {kAFCPermissionDenied, EACCES},
+        {kAFCServiceNotConnected, EIO},
+        {kAFCTimedOut, ETIMEDOUT},
+        {kAFCEndOfData, EIO},
+        {kAFCOperationNotSupported, EIO},
+        {kAFCObjectExists, EEXIST},
+        {kAFCObjectBusy, EBUSY},
+        {kAFCNoSpaceLeft, ENOSPC},
+        {kAFCIOError, EIO},
+        {kAFCInternalError, EIO},
+        {kAFCMultiplexerError, EIO},
+        {kAFCDirectoryNotEmpty, ENOTEMPTY},
+        {kAFCConnectionLost, EIO},
+        {4711, EIO},
+    };
+    for (const auto& [reason, number] : table) {
+        EXPECT_EQ(errnoOfDevice(reason), number) << reason;
+        for (const auto& vague : {posix(ENOENT), posix(EIO), posix(0), posix(-2), posix(4096),
+                                  std::optional<NSError>(NSError::errorWithDomain("other", ENOSYS)),
+                                  std::optional<NSError>()}) {
+            EXPECT_EQ(errnoOfRefusal(vague, reason), number) << reason;
+        }
+        EXPECT_EQ(errnoOfRefusal(posix(ENOTSUP), reason), ENOTSUP);
+        EXPECT_EQ(errnoOfRefusal(posix(EINVAL), reason), EINVAL);
+        EXPECT_EQ(errnoOfRefusal(posix(4095), reason), 4095);
+        EXPECT_EQ(errnoOfRefusal(posix(EPERM), reason), reason == 0 ? EPERM : number);
+        EXPECT_EQ(errnoOfRemoval(reason),
+                  reason == kAFCSuccess || reason == kAFCObjectNotFound ? 0 : number);
+    }
+}
+
+TEST(OptionsOfAMount, AreReadAndEscaped) {
+    const auto options = MountOptions::parse(
+        {"volicon=/a,b", "volname=x=y", "direct_io", "allow_other", "local", "huh", "volname"});
+    EXPECT_EQ(options.volumeName, "x=y");
+    EXPECT_EQ(options.iconPath, "/a,b");
+    EXPECT_TRUE(options.wantsOtherUsers);
+    EXPECT_EQ(options.unknown, (std::vector<std::string>{"huh", "volname"}));
+    EXPECT_EQ(fuseOptionText("x,allow_other\\", false),
+              "fsname=x\\,allow_other\\\\,subtype=quillbox,nosuid,nodev");
+    EXPECT_EQ(fuseOptionText("", true),
+              "fsname=quillbox,subtype=quillbox,nosuid,nodev,allow_other");
+}
+
+TEST(OptionsOfAMount, AdmitOthersWhereTheSystemSaysSo) {
+    const test::VolumesFolder folder;
+    const std::string file = folder.path() + "/fuse.conf";
+    EXPECT_TRUE(mayAdmitOthers(true, {}));
+    EXPECT_FALSE(mayAdmitOthers(false, {file}));
+    std::ofstream(file) << "# user_allow_other\nmount_max = 10\n#user_allow_other\n";
+    EXPECT_FALSE(mayAdmitOthers(false, {file}));
+    std::ofstream(file) << "mount_max = 10\n  user_allow_other \n";
+    EXPECT_TRUE(mayAdmitOthers(false, {"/nowhere", file}));
+}
+
+TEST(TheMountTable, IsRead) {
+    const auto mounts = parseMountTable(
+        "36 35 0:98 / /mnt/a\\040b rw,noatime shared:1 master:2 - fuse.quillbox x\\134y "
+        "rw,user_id=1000,group_id=5\n"
+        "nonsense\n37 35 0:9 / /tmp rw - tmpfs\n\n38 35 8:1 / / rw - ext4 /dev/sda rw\n");
+    ASSERT_EQ(mounts.size(), 2U);
+    EXPECT_EQ(mounts[0].deviceMinor, 98U);
+    EXPECT_EQ(mounts[0].mountPoint, "/mnt/a b");
+    EXPECT_EQ(mounts[0].type, "fuse.quillbox");
+    EXPECT_EQ(mounts[0].source, "x\\y");
+    EXPECT_EQ(mounts[0].option("user_id"), "1000");
+    EXPECT_EQ(mounts[0].option("user"), std::nullopt);
+    EXPECT_EQ(mounts[1].mountPoint, "/");
+}
+
+TEST(TheInformationFile, CannotGetAnotherLine) {
+    EXPECT_EQ(volumeInformation(" a\nIcon=x", "/i"),
+              "[Volume Info]\nName=\\sa\\nIcon=x\nIconFile=/i\n");
+}
+
+class Nodes : public testing::Test {
+protected:
+    quillbox::volume::Nodes nodes{1};
+
+    NodeId file(NodeId parent, const std::string& name) {
+        return *nodes.remember(parent, name, S_IFREG, false);
+    }
+};
+
+TEST_F(Nodes, AreForgottenWithTheirFolders) {
+    const NodeId folder = *nodes.remember(kRootNode, "folder", S_IFDIR, false);
+    const NodeId inner = file(folder, "inner");
+    EXPECT_EQ(file(folder, "inner"), inner);
+    nodes.forget(folder, 1);
+    EXPECT_EQ(nodes.path(inner), "/folder/inner");
+    nodes.forget(inner, 1);
+    EXPECT_EQ(nodes.count(), 3U);
+    nodes.hold(inner);
+    nodes.forget(inner, 100);
+    EXPECT_EQ(nodes.count(), 3U);
+    nodes.letGo(inner);
+    EXPECT_EQ(nodes.count(), 1U);
+    EXPECT_GT(file(kRootNode, "folder"), inner);  // numbers are never used again
+}
+
+TEST_F(Nodes, KeepTheirLastPathWhenRemoved) {
+    const NodeId folder = *nodes.remember(kRootNode, "folder", S_IFDIR, false);
+    const NodeId inner = file(folder, "inner");
+    nodes.moved(kRootNode, "folder", kRootNode, "other");
+    EXPECT_EQ(nodes.path(inner), "/other/inner");
+    nodes.removed(folder, "inner");
+    nodes.removed(kRootNode, "other");
+    EXPECT_TRUE(nodes.isRemoved(inner));
+    EXPECT_EQ(nodes.path(inner), "/other/inner");
+    EXPECT_EQ(nodes.childPath(folder, "x"), std::nullopt);
+    EXPECT_NE(nodes.kept(inner)->st_ino, nodes.inode("/other/inner"));
+}
+
+class TestCaller final : public Caller {
+public:
+    void whenSignalled(std::function<void()> signalled) override {
+        const std::lock_guard lock(mutex_);
+        signalled_ = std::move(signalled);
+    }
+
+    bool isKilled() const override { return isKilled_; }
+
+    bool signal() {
+        const std::lock_guard lock(mutex_);
+        if (signalled_) {
+            signalled_();
+        }
+        return signalled_ != nullptr;
+    }
+
+    std::atomic<bool> isKilled_ = false;
+
+private:
+    std::mutex mutex_;
+    std::function<void()> signalled_;
+};
+
+TEST(TheWayToADelegate, IsFirstComeFirstServed) {
+    DelegateQueue queue(true);
+    TestCaller holder;
+    std::optional<Result<DelegateQueue::Turn>> turn;
+    turn.emplace(queue.enter(holder));
+    std::vector<int> order;
+    std::vector<std::thread> threads;
+    std::vector<std::unique_ptr<TestCaller>> callers;
+    for (int i = 0; i < 5; ++i) {
+        callers.push_back(std::make_unique<TestCaller>());
+        threads.emplace_back([&, i, caller = callers.back().get()] {
+            const auto mine = queue.enter(*caller);
+            EXPECT_TRUE(mine);
+            order.push_back(i);  // one at a time: no lock needed
+        });
+        while (!callers.back()->signal()) {
+            std::this_thread::yield();
+        }
+    }
+    turn.reset();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
+}
+
+TEST(TheWayToADelegate, IsLeftByTheKilledAndClosedForAll) {
+    DelegateQueue queue(true);
+    TestCaller holder;
+    auto turn = queue.enter(holder);
+    TestCaller killed;
+    TestCaller waiting;
+    std::thread first([&] { EXPECT_EQ(queue.enter(killed).error(), EINTR); });
+    std::thread second([&] { EXPECT_EQ(queue.enter(waiting).error(), EIO); });
+    while (!killed.signal() || !waiting.signal()) {
+        std::this_thread::yield();
+    }
+    killed.isKilled_ = true;  // noticed although no further signal comes
+    first.join();
+    queue.close();
+    second.join();
+    EXPECT_EQ(queue.enter(waiting).error(), EIO);
+    std::thread other([&] {
+        EXPECT_FALSE(
+            queue.waitUntilIdle(std::chrono::steady_clock::now() + std::chrono::milliseconds(20)));
+    });
+    other.join();
+    // The thread that is inside does not wait for itself.
+    EXPECT_TRUE(queue.waitUntilIdle(std::chrono::steady_clock::now()));
+}
+
+class OperationsOverADelegate : public testing::Test {
+protected:
+    OperationsOverADelegate() {
+        device->put("/a", "A");
+        device->putFolder("/folder");
+    }
+
+    std::shared_ptr<MemoryDevice> device = std::make_shared<MemoryDevice>();
+    MemoryDelegate delegate{device};
+    MemoryBacking backing{device, 1};
+    DelegateQueue queue{true};
+    quillbox::volume::Nodes nodes{1};
+    Operations operations{{delegate, backing, queue, nodes, Owner{1, 2}, "information"}};
+    PatientCaller caller;
+};
+
+TEST_F(OperationsOverADelegate, ReleaseEachOpenExactlyOnce) {
+    const auto entry = operations.lookUp(caller, kRootNode, "a");
+    ASSERT_TRUE(entry);
+    const auto first = operations.open(caller, entry->node, O_RDONLY);
+    const auto second = operations.open(caller, entry->node, O_RDWR);
+    ASSERT_TRUE(first && second);
+    operations.release(*first);
+    operations.release(*first);
+    EXPECT_EQ(device->count(Request::Close), 1);
+    operations.releaseAll();
+    EXPECT_EQ(device->count(Request::Close), 2);
+    EXPECT_EQ(device->openFiles(), 0U);
+}
+
+TEST_F(OperationsOverADelegate, OnAClosedQueueReachNobody) {
+    const auto entry = operations.lookUp(caller, kRootNode, "a");
+    const auto handle = operations.open(caller, entry->node, O_RDWR);
+    const auto directory = operations.openDirectory(caller, kRootNode);
+    const int calls = delegate.calls();
+    queue.close();
+    operations.release(*handle);
+    operations.releaseDirectory(*directory);
+    operations.forget(entry->node, 1);
+    EXPECT_EQ(operations.lookUp(caller, kRootNode, "a").error(), EIO);
+    EXPECT_EQ(delegate.calls(), calls);
+    EXPECT_EQ(nodes.count(), 1U);
+}
+
+TEST_F(OperationsOverADelegate, FailTheCreationThatCannotBeShown) {
+    device->failNth(Request::Info, 1, kAFCConnectionLost);
+    EXPECT_EQ(operations.create(caller, kRootNode, "new", 0644, O_RDWR).error(), EIO);
+    EXPECT_EQ(device->openFiles(), 0U);
+    device->failNth(Request::Info, 1, kAFCTimedOut);
+    EXPECT_EQ(operations.create(caller, kRootNode, "new2", 0644, O_RDWR | O_EXCL).error(),
+              ETIMEDOUT);
+    EXPECT_FALSE(device->has("/new2"));
+}
+
+TEST_F(OperationsOverADelegate, RefuseATopThatIsNoFolder) {
+    device->put("/", "a file");
+    EXPECT_EQ(operations.attributes(caller, kRootNode, std::nullopt).error(), EIO);
+}
+
+}  // namespace
+}  // namespace quillbox::volume
