@@ -77,7 +77,7 @@ public:
     virtual AFCError AFCFileInfoOpen(AFCConnectionRef connection, const std::string& path,
                                      AFCKeyValueRef* info) = 0;
     /// The next pair of an answer; a null key marks the end. The texts live until the answer is
-    /// closed.
+    /// closed by its number, also when its connection ends first.
     virtual AFCError AFCKeyValueRead(AFCKeyValueRef info, const char** key, const char** value) = 0;
     virtual AFCError AFCKeyValueClose(AFCKeyValueRef info) = 0;
 
@@ -86,7 +86,7 @@ public:
     virtual AFCError AFCDirectoryOpen(AFCConnectionRef connection, const std::string& path,
                                       AFCDirectoryRef* directory) = 0;
     /// The next name, in the device's order, "." and ".." among them; null at the end. The text
-    /// lives until the directory is closed.
+    /// lives until the directory is closed by its number, also when its connection ends first.
     virtual AFCError AFCDirectoryRead(AFCConnectionRef connection, AFCDirectoryRef directory,
                                       const char** name) = 0;
     virtual AFCError AFCDirectoryClose(AFCConnectionRef connection, AFCDirectoryRef directory) = 0;

@@ -6,10 +6,10 @@
 
 namespace quillbox {
 
-// Menus may outlive their device for a moment: an action then does nothing.
+// An open menu may outlive the device's stay, and a volume the device: an action then does nothing.
 MenuItem::Action iPodDevice::action(void (*work)(iPodDevice&, MenuItem&)) {
     return [weak = weak_from_this(), work](MenuItem& sender) {
-        if (const auto device = weak.lock()) {
+        if (const auto device = weak.lock(); device && !device->hasLeft_) {
             work(*device, sender);
         }
     };

@@ -134,7 +134,12 @@ void iPodDevice::mountFailed(const Notification& notification) {
     auto& log = platform_.log;
     logLine(log, LogLevel::Warning, "Got mountFailed notification.");
     const auto found = notification.userInfo.find(std::string(kGMUserFileSystemErrorKey));
-    const NSError error = found == notification.userInfo.end() ? NSError{} : found->second;
+    if (found == notification.userInfo.end()) {
+        logLine(log, LogLevel::Warning, "kGMUserFileSystem Error: (null), userInfo=(null)");
+        platform_.workspace.runAlert("Mount Failed", "");
+        return;
+    }
+    const NSError& error = found->second;
     PropertyDictionary details;
     for (const auto& [key, text] : error.userInfo) {
         details.emplace(key, text);

@@ -80,7 +80,7 @@ void iPodDevice::removeConnectedDeviceFromCollection(
     }
     platform.notifications.post(
         Notification{std::string(attachedDeviceRemovedFromCollection), device.get(), {}});
-    device->leaveMainThread();
+    device->leave();
 }
 
 void iPodDevice::removeAllConnectedDevice() {
@@ -91,13 +91,9 @@ void iPodDevice::removeAllConnectedDevice() {
     }
 }
 
-void iPodDevice::leaveMainThread() {
+void iPodDevice::leave() {
+    hasLeft_ = true;
     gmUserFileSys_.reset();
-    for (auto* item :
-         {&mi_deviceMenu_, &submi_startMount_, &submi_stopMount_, &submi_revealInFinder_,
-          &submi_connectionRoot_, &submi_selectMenuItem_, &submi_aboutThisDevice_}) {
-        item->reset();
-    }
 }
 
 std::string iPodDevice::deviceName() {

@@ -152,8 +152,8 @@ private:
     std::vector<std::string> mountOptions() const;
     void showAsMounted(bool isMounted);
     void setStatusImage(const char* resourceName) const;
-    /// Gives up what only the main thread may end.
-    void leaveMainThread();
+    /// Gives up what only the main thread may end; from now on the menu items do nothing.
+    void leave();
     MenuItem::Action action(void (*work)(iPodDevice&, MenuItem&));
 
     const Platform& platform_;
@@ -163,6 +163,7 @@ private:
     std::atomic<bool> willUnmount_{false};
     bool isMounted_ = false;
     bool isUserChanged_ = false;
+    bool hasLeft_ = false;
 
     std::optional<std::string> deviceFirmwareVersion_;
     std::optional<std::string> deviceName_;

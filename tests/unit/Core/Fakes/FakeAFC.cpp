@@ -172,8 +172,6 @@ AFCError FakeAFC::AFCConnectionClose(AFCConnectionRef connection) {
             goneFiles_.insert(file);
         }
     }
-    std::erase_if(answers_, ofConnection);
-    std::erase_if(listings_, ofConnection);
     std::erase_if(files_, ofConnection);
     return answer(status);
 }
@@ -211,7 +209,7 @@ AFCError FakeAFC::AFCKeyValueRead(AFCKeyValueRef info, const char** key, const c
         return answer(status);
     }
     const auto found = answers_.find(info);
-    if (found == answers_.end()) {
+    if (found == answers_.end() || !connections_.contains(found->second.connection)) {
         return answer(kAFCConnectionLost);
     }
     Answer& told = found->second;
@@ -226,7 +224,9 @@ AFCError FakeAFC::AFCKeyValueClose(AFCKeyValueRef info) {
     std::unique_lock guard(mutex_);
     record_.add("AFCKeyValueClose");
     const AFCError status = record_.statusOf("AFCKeyValueClose");
-    const bool isOpen = answers_.erase(info) > 0;
+    const auto found = answers_.find(info);
+    const bool isOpen = found != answers_.end() && connections_.contains(found->second.connection);
+    answers_.erase(info);
     if (const auto work = std::exchange(afterNextAnswer_, nullptr)) {
         guard.unlock();
         work();

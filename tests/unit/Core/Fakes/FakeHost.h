@@ -187,8 +187,7 @@ public:
     explicit FakeHostFiles(CallRecord& record) : record_(record) {}
 
     bool fileExistsAtPath(const std::string& path) override {
-        ++questions;
-        return isEverythingThere || paths.contains(path);
+        return paths.contains(path);
     }
 
     bool createDirectoryAtPath(const std::string& path, std::string* error) override {
@@ -208,8 +207,6 @@ public:
 
     std::set<std::string> paths;
     std::string failure;
-    bool isEverythingThere = false;
-    std::size_t questions = 0;
 
 private:
     CallRecord& record_;

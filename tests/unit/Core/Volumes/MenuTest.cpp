@@ -103,6 +103,14 @@ TEST_F(MenuTest, ItemsThatOutliveTheirDeviceDoNothing) {
     EXPECT_TRUE(world.fileSystems.volumes().empty());
 }
 
+TEST_F(MenuTest, ItemsOfADeviceThatHasLeftDoNothing) {
+    const auto device = attachAndMount(world.device);
+    iPodDevice::removeConnectedDeviceFromCollection("SERIAL1");
+    choose(device->submi_startMount());
+    EXPECT_EQ(world.fileSystems.volumes().size(), 1U);
+    EXPECT_EQ(device->gmUserFileSys(), nullptr);
+}
+
 TEST_F(MenuTest, WithoutATopMenuADeviceIsMadeAllTheSame) {
     CommonData::sharedInstance().setTopMenu(nullptr);
     const auto device = attach(world.device);

@@ -250,8 +250,10 @@ TEST_F(MountTest, AFailedMountShowsOneAlertForEachObservingDevice) {
 
 TEST_F(MountTest, AMountFailureWithoutAnErrorIsNoHarm) {
     attach(world.device)->startMount();
+    world.log.take();
     world.fileSystems.post(kGMUserFileSystemMountFailed, world.fileSystems.last());
     EXPECT_EQ(world.workspace.alerts.size(), 1U);
+    EXPECT_EQ(world.log.take().back(), "kGMUserFileSystem Error: (null), userInfo=(null)");
 }
 
 TEST_F(MountTest, TheEndOfTheProgramUnmounts) {
