@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 TEST(ChildProcessTest, TheAwaitedLineIsFoundAmongOthers) {
     std::string error;
     const auto child =
-        ChildProcess::start("/bin/sh", {"-c", "echo not yet; echo ready; sleep 100"}, &error);
+        ChildProcess::start("/bin/sh", {"-c", "echo not yet; echo ready; exec sleep 100"}, &error);
     ASSERT_TRUE(child) << error;
     EXPECT_TRUE(child->waitForLine("ready", 10s));
     EXPECT_FALSE(child->waitForLine("never", 50ms));
