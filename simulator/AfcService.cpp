@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace quillbox::simulator {
 namespace {
@@ -43,6 +44,11 @@ private:
         std::array<std::byte, wire::kAfcHeaderSize> fixed{};
         if (!stream.read(fixed)) {
             return false;
+        }
+        // The first request always waits for the link; what came before it was the handshake.
+        const bool first = std::exchange(first_, false);
+        if (stream.channel().takeSpoken() || first) {
+            context_.environment.counters.count(context_.device.udid(), Counters::kRoundTrips);
         }
         const auto header = wire::decodeAfcHeader(fixed);
         if (!header) {
@@ -84,6 +90,7 @@ private:
     ServiceContext& context_;
     AfcRequests requests_;
     bool locksWithDevice_;
+    bool first_ = true;
     wire::Bytes buffer_;
 };
 

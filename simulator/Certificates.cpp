@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Certificates.h"
 
+#include "UniqueFd.h"
+
 #include <openssl/encoder.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -83,17 +89,12 @@ KeyPair KeyPair::loadOrMake(const std::filesystem::path& file) {
     }
     KeyPair made = make();
     const wire::Bytes pem = made.privatePem();
-    std::filesystem::remove(file);
-    {
-        std::ofstream stream{file, std::ios::binary};
-        stream.close();
-        std::filesystem::permissions(file, std::filesystem::perms::owner_read |
-                                               std::filesystem::perms::owner_write);
-        stream.open(file, std::ios::binary);
-        stream << wire::asText(pem);
-        if (!stream.flush()) {
-            throw std::runtime_error{"cannot write " + file.string()};
-        }
+    // Written aside and renamed: another simulator may share the file.
+    std::string aside = file.string() + ".XXXXXX";
+    const UniqueFd fd{::mkostemp(aside.data(), O_CLOEXEC)};
+    if (!fd || ::write(fd.get(), pem.data(), pem.size()) != static_cast<ssize_t>(pem.size()) ||
+        ::rename(aside.c_str(), file.c_str()) != 0) {
+        throw std::runtime_error{"cannot write " + file.string()};
     }
     return made;
 }

@@ -48,6 +48,12 @@ public:
     /// new round trip.
     [[nodiscard]] bool idle() const { return answered_ == delivered_ && forwarded_ == produced_; }
 
+    /// The client has begun a new round trip.
+    void markSpoken() { spoken_ = true; }
+
+    /// Whether a round trip has begun since this was last asked.
+    [[nodiscard]] bool takeSpoken() { return spoken_.exchange(false); }
+
 private:
     std::string service_;
     std::atomic<bool> closed_ = false;
@@ -55,6 +61,7 @@ private:
     std::atomic<std::uint64_t> forwarded_ = 0;
     std::atomic<std::uint64_t> produced_ = 0;
     std::atomic<std::uint64_t> answered_ = ~std::uint64_t{0};
+    std::atomic<bool> spoken_ = false;
     std::mutex mutex_;
     std::condition_variable changed_;
 };

@@ -46,13 +46,12 @@ std::size_t LinkConditions::capacity() const {
 }
 
 Link::Link(UniqueFd client, UniqueFd service, std::shared_ptr<LinkConditions> conditions,
-           std::shared_ptr<Channel> channel, std::function<void()> onRoundTrip)
+           std::shared_ptr<Channel> channel)
     : client_{std::move(client)},
       service_{std::move(service)},
       wakeup_{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)},
       conditions_{std::move(conditions)},
-      channel_{std::move(channel)},
-      onRoundTrip_{std::move(onRoundTrip)} {
+      channel_{std::move(channel)} {
     setNonBlocking(client_.get());
     setNonBlocking(service_.get());
     up_.towardsDevice = true;
@@ -103,7 +102,7 @@ void Link::pull(Direction& direction) {
         if (got > 0) {
             piece.resize(static_cast<std::size_t>(got));
             if (direction.towardsDevice && startsRoundTrip()) {
-                onRoundTrip_();
+                channel_->markSpoken();
             }
             direction.line.push(std::move(piece),
                                 conditions_->due(direction.towardsDevice,

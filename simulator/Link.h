@@ -7,7 +7,6 @@
 
 #include <array>
 #include <atomic>
-#include <functional>
 #include <memory>
 
 namespace quillbox::simulator {
@@ -46,10 +45,10 @@ private:
 /// direction through a delay line of its own.
 class Link {
 public:
-    /// Takes both sockets. `onRoundTrip` is called on the link's thread for each time the client
-    /// speaks after it has got all its answers.
+    /// Takes both sockets. The channel is told each time the client speaks after it has got all its
+    /// answers.
     Link(UniqueFd client, UniqueFd service, std::shared_ptr<LinkConditions> conditions,
-         std::shared_ptr<Channel> channel, std::function<void()> onRoundTrip);
+         std::shared_ptr<Channel> channel);
 
     /// Moves bytes until one side has ended or end() was called. The calling thread is the link's.
     void run();
@@ -88,7 +87,6 @@ private:
     UniqueFd wakeup_;
     std::shared_ptr<LinkConditions> conditions_;
     std::shared_ptr<Channel> channel_;
-    std::function<void()> onRoundTrip_;
     Direction up_;
     Direction down_;
     std::atomic<bool> ending_ = false;

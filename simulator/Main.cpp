@@ -42,7 +42,7 @@ int simulate(const Options& options) {
     }
     // The link's timers are what tests measure: no slack of the usual 50 microseconds.
     ::prctl(PR_SET_TIMERSLACK, 1);
-    Simulation simulation{options.socket, options.state};
+    Simulation simulation{options.socket, options.state, options.key};
     for (unsigned i = 0; i < options.devices; ++i) {
         NewDevice device = options.device;
         const DeviceDescription numbered = numberedDevice(i);

@@ -219,9 +219,8 @@ std::optional<Multiplexer::Opened> Multiplexer::connect(UniqueFd& socket, Client
     sendAtOnce(socket.get(), encodeMuxMessage(message.tag, result(kOk)));
     std::erase(clients_, &client);
     auto channel = std::make_shared<Channel>(service->name);
-    const auto link = std::make_shared<Link>(
-        std::move(socket), std::move(linkEnd), device->link, channel,
-        [this, device] { environment_.counters.count(device->udid(), Counters::kRoundTrips); });
+    const auto link =
+        std::make_shared<Link>(std::move(socket), std::move(linkEnd), device->link, channel);
     device->addLink(wanted, link);
     lock.unlock();
     tasks_.spawn([this, device, channel, serviceEnd, started = std::move(*service)] {

@@ -11,7 +11,7 @@ namespace quillbox::simulator {
 namespace {
 
 Options parsed(const std::vector<std::string>& arguments) {
-    std::set<std::string> valued{"--socket", "--control", "--state", "--devices"};
+    std::set<std::string> valued{"--socket", "--control", "--state", "--key", "--devices"};
     std::set<std::string> switches{"--same-name", "--exit-with-parent"};
     valued.insert(deviceValueOptions().begin(), deviceValueOptions().end());
     switches.insert(deviceSwitches().begin(), deviceSwitches().end());
@@ -23,6 +23,7 @@ Options parsed(const std::vector<std::string>& arguments) {
     options.parent = ::getppid();
     options.socket = all.value("--socket").value_or("");
     options.state = all.value("--state").value_or("");
+    options.key = all.value("--key").value_or("");
     if (options.socket.empty() || options.state.empty()) {
         throw UsageError{"--socket PATH and --state FOLDER are needed; --help tells more"};
     }
@@ -64,6 +65,8 @@ std::string optionsHelp() {
                "                       without this option\n"
                "  --state FOLDER       keys and the devices' files, kept for the next time:\n"
                "                       FOLDER/<identifier>/{Root,Media,Apps/<application>}\n"
+               "  --key FILE           the devices' key pair, made when it is not there; several\n"
+               "                       simulators may share it, which saves making one each\n"
                "  --devices N          N devices at the start, each with a name of its own\n"
                "  --same-name          all with the same name\n"
                "  --exit-with-parent   end when the starting process ends\n"

@@ -16,6 +16,7 @@ struct Options {
     std::filesystem::path socket;
     std::filesystem::path control;
     std::filesystem::path state;
+    std::filesystem::path key;  ///< empty: in the state folder
     unsigned devices = 0;
     bool sameName = false;
     bool exitWithParent = false;

@@ -60,9 +60,10 @@ DeviceDescription numberedDevice(unsigned index) {
     return description;
 }
 
-Simulation::Simulation(std::filesystem::path socket, const std::filesystem::path& state)
+Simulation::Simulation(std::filesystem::path socket, const std::filesystem::path& state,
+                       const std::filesystem::path& keyFile)
     : state_{prepared(state)},
-      environment_{KeyPair::loadOrMake(state_ / "key.pem"), {}, {}},
+      environment_{KeyPair::loadOrMake(keyFile.empty() ? state_ / "key.pem" : keyFile), {}, {}},
       multiplexer_{environment_, tasks_, std::move(socket), systemBuid(state_)} {}
 
 Simulation::~Simulation() {

@@ -23,9 +23,10 @@ struct NewDevice {
 /// Thread-safe.
 class Simulation {
 public:
-    /// `state` keeps the key pair, the multiplexer's identifier and the devices' folders; it is
-    /// made. Throws std::exception when it cannot be used.
-    Simulation(std::filesystem::path socket, const std::filesystem::path& state);
+    /// `state` keeps the multiplexer's identifier, the devices' folders and, unless another file is
+    /// given for it, the key pair; it is made. Throws std::exception when it cannot be used.
+    Simulation(std::filesystem::path socket, const std::filesystem::path& state,
+               const std::filesystem::path& keyFile = {});
     Simulation(const Simulation&) = delete;
     Simulation& operator=(const Simulation&) = delete;
     ~Simulation();

@@ -60,8 +60,14 @@ protected:
 
     [[nodiscard]] std::filesystem::path socket() const { return folder_.path() / "mux"; }
 
+    /// All tests share one key pair: making one is what takes time.
+    static std::filesystem::path key() {
+        static const TemporaryFolder kFolder;
+        return kFolder.path() / "key.pem";
+    }
+
     TemporaryFolder folder_;
-    Simulation simulation_{folder_.path() / "mux", folder_.path() / "state"};
+    Simulation simulation_{folder_.path() / "mux", folder_.path() / "state", key()};
 };
 
 TEST_F(CommandsTest, WrongUsageHasStatusTwoAndOneLine) {
@@ -270,7 +276,7 @@ TEST_F(CommandsTest, GarbageEndsOnlyTheClientThatSentIt) {
 }
 
 TEST_F(CommandsTest, ASecondSimulationOnTheSocketIsRefused) {
-    Simulation second{socket(), folder_.path() / "other"};
+    Simulation second{socket(), folder_.path() / "other", key()};
     EXPECT_THROW(second.multiplexer().start(std::chrono::milliseconds{0}), std::runtime_error);
     EXPECT_EQ(event((add("one"), listen())), "Attached 1");
 }

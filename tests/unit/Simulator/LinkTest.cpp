@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <functional>
 #include <thread>
 
 namespace quillbox::simulator {
@@ -23,8 +24,7 @@ protected:
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, far.data()), 0);
         client_.reset(near[0]);
         service_.reset(far[0]);
-        link_ = std::make_unique<Link>(UniqueFd{near[1]}, UniqueFd{far[1]}, conditions_, channel_,
-                                       [this] { ++roundTrips_; });
+        link_ = std::make_unique<Link>(UniqueFd{near[1]}, UniqueFd{far[1]}, conditions_, channel_);
         runner_ = std::thread{[this] { link_->run(); }};
     }
 
@@ -38,6 +38,7 @@ protected:
         wire::Bytes byte(1);
         for (std::size_t i = 0; i < count; ++i) {
             ASSERT_TRUE(readAll(service_.get(), byte));
+            roundTrips_ += channel_->takeSpoken() ? 1 : 0;
             channel_->addProduced(1);
             channel_->markAnswered(i + 1);
             ASSERT_TRUE(sendAll(service_.get(), byte));
