@@ -13,7 +13,7 @@ namespace quillbox::volume {
 
 /// The I/O size that `stat` reports, so that ordinary copy tools ask for as much at once as one
 /// request carries.
-inline constexpr blksize_t kPreferredIoSize = 1024 * 1024;
+inline constexpr blksize_t kPreferredIoSize = blksize_t{1024} * 1024;
 
 /// Who owns the files of a volume: the user who mounts it.
 struct Owner {
