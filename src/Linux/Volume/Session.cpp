@@ -47,8 +47,8 @@ void Session::run() {
     loop_->run();
 }
 
-// The connection ends with the device file's last descriptor. The number stays taken, by a file that
-// swallows what a request in hand may still answer.
+// The connection ends with the device file's last descriptor. The number stays taken, by a file
+// that swallows what a request in hand may still answer.
 void Session::abort() {
     if (loop_ == nullptr) {
         return;
