@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/Session/PodPhone.h"
+#include "Core/Settings/SettingsKeys.h"
 
 namespace quillbox {
 
@@ -181,7 +182,9 @@ std::optional<std::string> PodPhone::uniqueDeviceID() {
         return kept;
     }
     const auto value = lockdownValue("UniqueDeviceID");
-    if (value && value->string() != nullptr && !value->string()->empty()) {
+    // A device that calls itself by a setting's name must not reach that setting.
+    if (value && value->string() != nullptr && !value->string()->empty() &&
+        !isSettingsKey(*value->string())) {
         setDeviceUniqueDeviceID(*value->string());
     }
     return deviceUniqueDeviceID();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace quillbox {
@@ -25,5 +27,25 @@ inline constexpr std::string_view setting_isMountLastPoint = "isMountLastPoint";
 inline constexpr std::string_view setting_lastMountPoint_appBundle = "lastMountPoint_appBundle";
 /// A file or folder that is removed at quit. Written by nobody; honoured where it is there.
 inline constexpr std::string_view kTempDirectoryKey = "tempDirectory";
+
+/// Whether a key of the store is a setting's: device records stand beside the settings, under names
+/// that devices choose.
+inline bool isSettingsKey(std::string_view key) {
+    constexpr std::array kKeys{setting_isAfterFirstRun,
+                               setting_allowsAFC2Access,
+                               setting_changeNameOnCopyImages2DCIM,
+                               setting_showWelcomeScreenOnStart,
+                               setting_openQuillboxOnComputerStart,
+                               setting_appMountPathIndex,
+                               setting_isOnlyShowFileSharingApp,
+                               setting_isLoadAppsIconBeforeStart,
+                               setting_isShowAppIconWhenMounted,
+                               setting_isUseCustomizeMountName,
+                               setting_customizeMountName,
+                               setting_mountDiskMode,
+                               setting_isMountLastPoint,
+                               kTempDirectoryKey};
+    return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end();
+}
 
 }  // namespace quillbox

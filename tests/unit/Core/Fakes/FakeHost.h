@@ -186,9 +186,7 @@ class FakeHostFiles final : public HostFiles {
 public:
     explicit FakeHostFiles(CallRecord& record) : record_(record) {}
 
-    bool fileExistsAtPath(const std::string& path) override {
-        return paths.contains(path);
-    }
+    bool fileExistsAtPath(const std::string& path) override { return paths.contains(path); }
 
     bool createDirectoryAtPath(const std::string& path, std::string* error) override {
         if (!failure.empty()) {

@@ -31,6 +31,16 @@ public:
     FakeUserFileSystems(CallRecord& record, NotificationCenter& notifications)
         : record_(record), notifications_(notifications) {}
 
+    /// What is still mounted lets go of its delegate, as the end of the process does.
+    ~FakeUserFileSystems() override {
+        for (const auto& volume : std::vector(volumes_)) {
+            volume->mounted.reset();
+        }
+    }
+
+    FakeUserFileSystems(const FakeUserFileSystems&) = delete;
+    FakeUserFileSystems& operator=(const FakeUserFileSystems&) = delete;
+
     std::unique_ptr<GMUserFileSystem>
     initWithDelegate(std::weak_ptr<GMUserFileSystemDelegate> delegate, bool isThreadSafe) override;
 

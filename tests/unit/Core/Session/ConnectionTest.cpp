@@ -315,6 +315,14 @@ TEST_F(SavingTest, WithoutAnIdentifierNothingIsWritten) {
     EXPECT_EQ(world.calls.count("synchronize"), 0U);
 }
 
+TEST_F(SavingTest, ADeviceThatCallsItselfByASettingsNameDoesNotReachTheSetting) {
+    for (const char* key : {"isAfterFirstRun", "setting_mountDiskMode", "tempDirectory"}) {
+        world.device.values.insert_or_assign("UniqueDeviceID", key);
+        EXPECT_EQ(phone.saveConnectionPoint(), std::nullopt) << key;
+    }
+    EXPECT_TRUE(world.preferences.values().empty());
+}
+
 class RestoringTest : public CoreTest {
 protected:
     void save(const std::string& value) {

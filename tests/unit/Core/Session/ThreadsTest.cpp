@@ -31,7 +31,9 @@ void useVolume(PodPhone& phone, std::atomic<int>& successes) {
     phone.destinationOfSymbolicLinkAtPath("/link", &error);
 }
 
-TEST_F(SessionTest, VolumesAreUsedWhileTheRootIsSwitched) {
+class ThreadsTest : public SessionTest {};
+
+TEST_F(ThreadsTest, VolumesAreUsedWhileTheRootIsSwitched) {
     world.log.setLevel(LogLevel::Error);
     world.calls.setRecording(false);
     world.preferences.setObject("changeNameOnCopyImages2DCIM", true);
@@ -83,7 +85,7 @@ void replaceConnection(World& world, PodPhone& phone) {
     phone.setMyConnection(connection);
 }
 
-TEST_F(SessionTest, AnOpenFileOfAReplacedConnectionEndsWithAnError) {
+TEST_F(ThreadsTest, AnOpenFileOfAReplacedConnectionEndsWithAnError) {
     world.afc.addFile("Media", "/a.txt", "media");
     world.afc.addFile("Root", "/a.txt", "root");
     GMUserData record;
@@ -95,7 +97,7 @@ TEST_F(SessionTest, AnOpenFileOfAReplacedConnectionEndsWithAnError) {
     EXPECT_EQ(world.afc.content("Media", "/a.txt"), "media");
 }
 
-TEST_F(SessionTest, AnOperationThatBeganOnOneRootNeverEndsOnAnother) {
+TEST_F(ThreadsTest, AnOperationThatBeganOnOneRootNeverEndsOnAnother) {
     world.afc.addFile("Media", "/a.txt", "media");
     world.afc.addFile("Root", "/a.txt", "root");
     world.afc.runAfterNextAnswer([this] { replaceConnection(world, phone); });
