@@ -31,11 +31,13 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
         volumes_.connectionEnds(connection, deviceGone);
     });
     files_.setTombstones([this] { return volumes_.tombstones(); });
+    files_.setClaims([this] { return volumes_.claimedPaths(); });
 }
 
 Wiring::~Wiring() {
     devices_.setConnectionEndObserver({});
     files_.setTombstones({});
+    files_.setClaims({});
 }
 
 }  // namespace quillbox::app

@@ -64,6 +64,14 @@ bool LocalFiles::isListed(const std::string& path) const {
     return false;
 }
 
+bool LocalFiles::isTaken(const std::string& path) const {
+    const auto isAmong = [&path](const auto& paths) {
+        const auto all = paths ? paths() : std::vector<std::string>();
+        return std::find(all.begin(), all.end(), path) != all.end();
+    };
+    return isAmong(claims_) || (!isAmong(tombstones_) && isListed(path));
+}
+
 bool LocalFiles::fileExistsAtPath(const std::string& path) {
     if (path.empty()) {
         return false;
@@ -72,10 +80,8 @@ bool LocalFiles::fileExistsAtPath(const std::string& path) {
     switch (placeOf(clean)) {
     case Place::OnVolume:
         return false;
-    case Place::NameInVolumesFolder: {
-        const auto gone = tombstones_ ? tombstones_() : std::vector<std::string>();
-        return std::find(gone.begin(), gone.end(), clean) == gone.end() && isListed(clean);
-    }
+    case Place::NameInVolumesFolder:
+        return isTaken(clean);
     default:
         struct stat status = {};
         return ::lstat(clean.c_str(), &status) == 0;

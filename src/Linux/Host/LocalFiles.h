@@ -17,12 +17,17 @@ public:
     /// Paths of volumes that are gone but whose mount the system still lists, since a program holds
     /// them: their names count as free. Any thread.
     using Tombstones = std::function<std::vector<std::string>()>;
+    /// Paths of volumes that were asked for: their names are taken, before their folders are there.
+    /// Any thread.
+    using Claims = std::function<std::vector<std::string>()>;
 
     /// `volumesFolder` is absolute, as `chooseVolumesFolder` gives it.
     explicit LocalFiles(std::string volumesFolder);
 
     /// Set before the core runs.
     void setTombstones(Tombstones tombstones) { tombstones_ = std::move(tombstones); }
+
+    void setClaims(Claims claims) { claims_ = std::move(claims); }
 
     bool fileExistsAtPath(const std::string& path) override;
     bool createDirectoryAtPath(const std::string& path, std::string* error) override;
@@ -35,9 +40,11 @@ private:
 
     Place placeOf(const std::string& path) const;
     bool isListed(const std::string& path) const;
+    bool isTaken(const std::string& path) const;
 
     const std::string volumesFolder_;
     Tombstones tombstones_;
+    Claims claims_;
 };
 
 /// The folder for volumes: `given` where it is set, made when it is missing; else `standard` where

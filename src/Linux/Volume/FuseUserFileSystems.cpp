@@ -74,6 +74,10 @@ std::vector<std::string> FuseUserFileSystems::tombstones() const {
     return volumes_->tombstones();
 }
 
+std::vector<std::string> FuseUserFileSystems::claimedPaths() const {
+    return volumes_->claimedPaths();
+}
+
 void FuseUserFileSystems::endAll() {
     volumes_->endAll();
 }

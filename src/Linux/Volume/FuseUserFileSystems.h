@@ -49,6 +49,10 @@ public:
     /// at such a path ends the old volume first. Any thread.
     std::vector<std::string> tombstones() const;
 
+    /// The paths of volumes that were asked for and are not gone, those among them whose folder is
+    /// not there yet: not free, whatever the disk says. Any thread.
+    std::vector<std::string> claimedPaths() const;
+
     /// Ends every volume, in about two seconds at most: EIO, out of sight, and where a session does
     /// not end by itself, without the kernel's leave. For quitting. Main thread.
     void endAll();

@@ -197,6 +197,12 @@ bool Nodes::isVirtual(NodeId id) const {
     return item != nullptr && item->isVirtual;
 }
 
+bool Nodes::isLink(NodeId id) const {
+    const std::lock_guard lock(mutex_);
+    const Node* item = node(id);
+    return item != nullptr && S_ISLNK(item->type);
+}
+
 std::optional<NodeId> Nodes::child(NodeId parent, const std::string& name) const {
     const std::lock_guard lock(mutex_);
     const Node* folder = node(parent);

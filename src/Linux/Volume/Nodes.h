@@ -43,6 +43,7 @@ public:
     std::optional<std::string> childPath(NodeId parent, const std::string& name) const;
     bool isRemoved(NodeId node) const;
     bool isVirtual(NodeId node) const;
+    bool isLink(NodeId node) const;
     /// The item that is known under a name.
     std::optional<NodeId> child(NodeId parent, const std::string& name) const;
 

@@ -185,7 +185,8 @@ Result<Done> Operations::applyChanges(NodeId node, const std::string& path,
             return resized.failure();
         }
     }
-    if (changes.modified) {
+    // A device follows a symbolic link: the date would land on what it leads to.
+    if (changes.modified && !nodes_.isLink(node)) {
         backing_.beginCall();
         const AFCError refusal = backing_.setModificationTime(path, *changes.modified);
         if (refusal != kAFCSuccess) {

@@ -143,6 +143,16 @@ std::vector<std::string> VolumeCollection::tombstones() const {
     return paths;
 }
 
+std::vector<std::string> VolumeCollection::claimedPaths() const {
+    std::vector<std::string> paths;
+    for (const auto& volume : all()) {
+        if (volume->isInPlace() && !volume->isTombstone()) {
+            paths.push_back(volume->path());
+        }
+    }
+    return paths;
+}
+
 void VolumeCollection::endAll() {
     const auto volumes = all();
     for (const auto& volume : volumes) {

@@ -50,6 +50,13 @@ TEST_F(LocalFilesTest, NothingIsResolvedOnAVolume) {
     EXPECT_EQ(readText(volume("Blue Phone/file")), "x");
 }
 
+TEST_F(LocalFilesTest, ANameThatAVolumeWasAskedForUnderIsTakenBeforeItsFolderIsThere) {
+    EXPECT_FALSE(files_.fileExistsAtPath(volume("Blue Phone")));
+    files_.setClaims([this] { return std::vector{volume("Blue Phone")}; });
+    EXPECT_TRUE(files_.fileExistsAtPath(volume("Blue Phone")));
+    EXPECT_FALSE(files_.fileExistsAtPath(volume("Red Phone")));
+}
+
 TEST_F(LocalFilesTest, NamesOfVolumesThatAreGoneCountAsFree) {
     std::filesystem::create_directory(volume("Blue Phone"));
     std::filesystem::create_directory(volume("Red Phone"));

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
+#include <thread>
 
 namespace quillbox::test {
 namespace {
@@ -307,6 +308,10 @@ TEST_F(FilesOnAVolume, ManyProgramsAtOnceFindOneCallAtATime) {
         EXPECT_EQ(device->content("/out" + std::to_string(i)), "20\n");
     }
     EXPECT_FALSE(delegate->wasCalledTwiceAtOnce());
+    // The kernel sends a release after close has returned.
+    for (int tries = 0; tries < 2000 && device->openFiles() != 0; ++tries) {
+        std::this_thread::sleep_for(5ms);
+    }
     EXPECT_EQ(device->openFiles(), 0U);
 }
 
