@@ -17,7 +17,7 @@ target_compile_options(quillbox_settings INTERFACE
 target_include_directories(quillbox_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
 if(QUILLBOX_SANITIZE)
     target_compile_options(quillbox_settings INTERFACE
-        -fsanitize=${QUILLBOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1
+        -fsanitize=${QUILLBOX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O0 -g1
         -Wno-null-dereference -Wno-maybe-uninitialized)
     target_link_options(quillbox_settings INTERFACE -fsanitize=${QUILLBOX_SANITIZE})
 endif()
