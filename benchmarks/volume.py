@@ -30,7 +30,7 @@ def timed(command):
 def measure(latency_ms):
     rows = []
     with tempfile.TemporaryDirectory(prefix="quillbox-bench-") as folder:
-        simulator = Simulator(folder, "--devices", "1")
+        simulator = Simulator(folder, "--devices", "1", "--no-afc2")
         quillbox = Quillbox(folder, simulator.environment)
         try:
             volume, media = quillbox.wait_mounted("Blue Phone"), simulator.media()

@@ -160,6 +160,13 @@ class WritingTools(DeviceTest):
         run("touch", target)
         self.assertGreaterEqual(os.stat(target).st_mtime, int(before))
 
+    def test_the_date_of_a_link_is_not_the_date_of_its_target(self):
+        run("cp", random_file(self.local("a"), 100), os.path.join(self.there, "a"))
+        run("touch", "-d", "2001-02-03 UTC", os.path.join(self.there, "a"))
+        os.symlink("a", os.path.join(self.there, "link"))
+        run("touch", "-h", "-d", "2011-01-01 UTC", os.path.join(self.there, "link"))
+        self.assertEqual(os.stat(os.path.join(self.behind, "a")).st_mtime, 981158400)
+
     def test_moving_linking_and_reading_links(self):
         run("cp", random_file(self.local("a"), 100), os.path.join(self.there, "a"))
         run("mkdir", "-p", os.path.join(self.there, "deep", "er"))
@@ -181,6 +188,7 @@ class WritingTools(DeviceTest):
             os.utime(os.path.join(source, f"file {number}"), (1e9 + number, 1e9 + number))
         os.mkdir(os.path.join(source, "folder"))
         random_file(os.path.join(source, "folder", "inside"), 77)
+        os.symlink("file 3", os.path.join(source, "link"))
         run("rsync", "-a", source + "/", self.there + "/")
         self.assertEqual(tree(self.behind), tree(source))
         second = run("rsync", "-a", "-i", "--stats", source + "/", self.there + "/").stdout

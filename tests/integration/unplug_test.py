@@ -68,9 +68,7 @@ class Unplugged(DeviceTest):
 
     def test_during_a_copy_onto_the_volume(self):
         self.simulator.ctl("bandwidth", 10_000_000)
-        source = self.local("large")
-        with open(source, "wb") as file:
-            file.truncate(1 << 30)
+        source = random_file(self.local("large"), 100_000_000)
         outcome = self.unplug_while(["cp", source, os.path.join(self.volume, "large")])
         self.check_ended_with_an_io_error(outcome)
 
@@ -98,15 +96,19 @@ class Unplugged(DeviceTest):
 
     def test_with_files_and_folders_held_open(self):
         path = os.path.join(self.volume, "filled", "0", "1.bin")
-        with open(path, "rb", buffering=0) as file:
-            self.simulator.ctl("detach", self.udid)
-            self.quillbox.wait_gone("Blue Phone")
-            with self.assertRaises(OSError) as caught:
-                file.read(10)
-            self.assertEqual(caught.exception.errno, errno.EIO)
-            self.check_comes_back()
-            with self.assertRaises(OSError):
-                file.read(10)
+        handle = os.open(path, os.O_RDONLY)
+        self.simulator.ctl("detach", self.udid)
+        self.quillbox.wait_gone("Blue Phone")
+        with self.assertRaises(OSError) as caught:
+            os.read(handle, 10)
+        self.assertEqual(caught.exception.errno, errno.EIO)
+        self.check_comes_back()
+        with self.assertRaises(OSError):
+            os.read(handle, 10)
+        try:
+            os.close(handle)
+        except OSError as error:
+            self.assertEqual(error.errno, errno.EIO)
         self.assertEqual(sha256(path), sha256(os.path.join(self.filled, "0", "1.bin")))
 
     def test_twenty_times_in_a_row(self):
