@@ -9,6 +9,8 @@ import hashlib
 import os
 import shutil
 import signal
+import socket
+import struct
 import subprocess
 import tempfile
 import time
@@ -103,9 +105,24 @@ class Simulator:
             raise AssertionError(f"the simulated device did not start: {line!r}")
         self.udids = self.list_devices()
 
-    def ctl(self, *words, check=True, seconds=30):
-        return run(program("quillbox-simulator"), "ctl", "--control", self.control,
-                   *map(str, words), seconds=seconds, check=check).stdout
+    def ctl(self, *words, seconds=60):
+        """Carries out one command as `quillbox-simulator ctl` does, without a process for each: a frame
+        of a 4-byte big-endian length and words that end with NUL; the answer's first byte is the status.
+        """
+        message = b"".join(str(word).encode() + b"\0" for word in words)
+        with socket.socket(socket.AF_UNIX) as link:
+            link.settimeout(seconds * PATIENCE)
+            link.connect(self.control)
+            link.sendall(struct.pack(">I", len(message)) + message)
+            answer = b""
+            while len(answer) < 4 or len(answer) < 4 + struct.unpack(">I", answer[:4])[0]:
+                block = link.recv(1 << 16)
+                if not block:
+                    raise AssertionError("the simulator has ended")
+                answer += block
+        if answer[4:5] != b"0":
+            raise AssertionError(f"{words}: {answer[5:].decode()}")
+        return answer[5:].decode()
 
     def list_devices(self):
         return [line.split()[0] for line in self.ctl("list").splitlines() if line.strip()]
@@ -254,8 +271,9 @@ class DeviceTest(unittest.TestCase):
                         break
             else:
                 each.end()
-        left = [line.split()[4] for line in open("/proc/self/mountinfo")
-                if self.folder in line and "fuse.quillbox" in line]
+        with open("/proc/self/mountinfo") as table:
+            left = [line.split()[4] for line in table
+                    if self.folder in line and "fuse.quillbox" in line]
         for mount in left:
             mount = mount.encode().decode("unicode_escape").encode("latin-1")
             subprocess.run(["umount", "-l", mount], check=False)

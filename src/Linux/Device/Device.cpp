@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/Device.h"
 
+#include "Linux/Device/LibraryStart.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
@@ -49,6 +51,7 @@ std::shared_ptr<DeviceHandle> Device::handle(Failure& failure) {
     // Not under the lock: the multiplexer is asked, and departure must not wait for its answer.
     idevice_t made = nullptr;
     const auto both = static_cast<idevice_options>(IDEVICE_LOOKUP_USBMUX | IDEVICE_LOOKUP_NETWORK);
+    startLibrary();
     if (idevice_new_with_options(&made, udid_.c_str(), both) != IDEVICE_E_SUCCESS) {
         failure = {FailureKind::NotReachable, "the device service does not list the device"};
         return nullptr;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/Pairing.h"
 
+#include "Linux/Device/LibraryStart.h"
 #include "Linux/Device/ServiceConnection.h"
 
 #include <libimobiledevice/lockdown.h>
@@ -41,6 +42,7 @@ Failure failureOf(lockdownd_error_t error) {
 Failure askToPair(const std::string& udid) {
     idevice_t made = nullptr;
     const auto both = static_cast<idevice_options>(IDEVICE_LOOKUP_USBMUX | IDEVICE_LOOKUP_NETWORK);
+    startLibrary();
     if (idevice_new_with_options(&made, udid.c_str(), both) != IDEVICE_E_SUCCESS) {
         return {FailureKind::NotReachable, "the device service does not list the device"};
     }

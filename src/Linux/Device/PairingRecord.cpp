@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/PairingRecord.h"
 
+#include "Linux/Device/LibraryStart.h"
 #include "Linux/Device/PropertyLists.h"
 
 #include <usbmuxd.h>
@@ -27,6 +28,7 @@ std::string dataOf(const PropertyDictionary& dictionary, std::string_view key) {
 Failure readPairingRecord(const std::string& udid, PairingRecord& record) {
     char* bytes = nullptr;
     std::uint32_t size = 0;
+    startLibrary();
     const int result = usbmuxd_read_pair_record(udid.c_str(), &bytes, &size);
     const std::unique_ptr<char, FreeMemory> owner{bytes};
     if (result != 0 || bytes == nullptr) {

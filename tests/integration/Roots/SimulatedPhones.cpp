@@ -70,7 +70,8 @@ SimulatedPhones::SimulatedPhones(const std::vector<std::string>& options) {
     }
     folder_ = name;
     std::vector<std::string> words{"--socket",           folder_ + "/mux", "--control",
-                                   folder_ + "/control", "--state",        folder_ + "/state"};
+                                   folder_ + "/control", "--state",        folder_ + "/state",
+                                   "--exit-with-parent"};
     words.insert(words.end(), options.begin(), options.end());
     int output = -1;
     process_ = start(words, &output);
