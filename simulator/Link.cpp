@@ -51,7 +51,8 @@ Link::Link(UniqueFd client, UniqueFd service, std::shared_ptr<LinkConditions> co
       service_{std::move(service)},
       wakeup_{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)},
       conditions_{std::move(conditions)},
-      channel_{std::move(channel)} {
+      channel_{std::move(channel)},
+      received_(kLargestPiece) {
     setNonBlocking(client_.get());
     setNonBlocking(service_.get());
     up_.towardsDevice = true;
@@ -97,17 +98,16 @@ bool Link::startsRoundTrip() const {
 void Link::pull(Direction& direction) {
     while (!direction.sourceEnded && direction.line.size() < conditions_->capacity()) {
         const std::size_t most = conditions_->bandwidth == 0 ? kLargestPiece : kLimitedPiece;
-        wire::Bytes piece(most);
-        const ssize_t got = ::recv(direction.source, piece.data(), piece.size(), MSG_DONTWAIT);
+        const ssize_t got = ::recv(direction.source, received_.data(), most, MSG_DONTWAIT);
         if (got > 0) {
-            piece.resize(static_cast<std::size_t>(got));
+            const wire::ByteView piece{received_.data(), static_cast<std::size_t>(got)};
             if (direction.towardsDevice && startsRoundTrip()) {
                 channel_->markSpoken();
             }
-            direction.line.push(std::move(piece),
-                                conditions_->due(direction.towardsDevice,
-                                                 static_cast<std::size_t>(got), Clock::now()));
-            if (static_cast<std::size_t>(got) < most) {
+            direction.line.push(
+                {piece.begin(), piece.end()},
+                conditions_->due(direction.towardsDevice, piece.size(), Clock::now()));
+            if (piece.size() < most) {
                 return;
             }
             continue;

@@ -87,6 +87,9 @@ private:
     UniqueFd wakeup_;
     std::shared_ptr<LinkConditions> conditions_;
     std::shared_ptr<Channel> channel_;
+    /// What one receive fills, kept so that a small request does not pay for the room of a large
+    /// one.
+    wire::Bytes received_;
     Direction up_;
     Direction down_;
     std::atomic<bool> ending_ = false;
