@@ -156,7 +156,7 @@ class Simulator:
 class Quillbox:
     """The program under test, without a display."""
 
-    def __init__(self, folder, environment, *options, volumes=None, preferences=None):
+    def __init__(self, folder, environment, *options, volumes=None, preferences=None, executable=None):
         self.volumes = volumes or os.path.join(folder, "Volumes")
         self.preferences = preferences or os.path.join(folder, "preferences.plist")
         self.log_path = os.path.join(folder, "quillbox.log")
@@ -168,10 +168,13 @@ class Quillbox:
                            XDG_STATE_HOME=os.path.join(home, ".state"),
                            XDG_RUNTIME_DIR=os.path.join(folder, "runtime"))
         os.makedirs(environment["XDG_RUNTIME_DIR"], mode=0o700, exist_ok=True)
-        self.process = subprocess.Popen(
-            [program("quillbox"), "--headless", "--volumes", self.volumes, "--preferences",
-             self.preferences, *options],
-            stdout=self.log, stderr=self.log, stdin=subprocess.DEVNULL, env=environment)
+        self.process = self.start_process(
+            [executable or program("quillbox"), "--headless", "--volumes", self.volumes, "--preferences",
+             self.preferences, *options], environment)
+
+    def start_process(self, command, environment):
+        return subprocess.Popen(command, stdout=self.log, stderr=self.log, stdin=subprocess.DEVNULL,
+                                env=environment)
 
     def volume(self, name):
         return os.path.join(self.volumes, name)
