@@ -3,7 +3,6 @@
 
 #include "Core/Platform/Image.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -17,67 +16,144 @@ namespace quillbox {
 
 class Menu;
 
-/// One item of a menu as the core sees it; drawing it is the desktop's matter. Main thread only.
+/// What of an item became another value.
+enum class MenuItemChange : std::uint8_t { Title, Image, State, Enabled, Submenu };
+
+/// One item of a menu as the core sees it; drawing it is the desktop's matter. An item stands in
+/// one menu at most, and tells that menu's observers of every change. Main thread only.
 class MenuItem {
 public:
     using Action = std::function<void(MenuItem&)>;
 
     MenuItem() = default;
+    explicit MenuItem(std::string title, Action action = {});
+    MenuItem(const MenuItem&) = delete;
+    MenuItem& operator=(const MenuItem&) = delete;
+    ~MenuItem() = default;
 
-    explicit MenuItem(std::string title_, Action action_ = {})
-        : title(std::move(title_)), action(std::move(action_)) {}
+    static std::shared_ptr<MenuItem> separatorItem();
 
-    static std::shared_ptr<MenuItem> separatorItem() {
-        auto item = std::make_shared<MenuItem>();
-        item->isSeparator = true;
-        return item;
-    }
+    const std::string& title() const { return title_; }
 
-    std::string title;
-    std::string keyEquivalent;  ///< always empty in this program
-    Action action;              ///< empty: the item does nothing
-    const void* target = nullptr;
-    std::int32_t tag = 0;
-    std::optional<Image> image;
-    bool state = false;  ///< the check mark
-    bool isEnabled = true;
-    bool isSeparator = false;
-    std::shared_ptr<Menu> submenu;
+    void setTitle(std::string title);
+
+    /// Always empty in this program.
+    const std::string& keyEquivalent() const { return keyEquivalent_; }
+
+    /// Empty: the item does nothing.
+    const Action& action() const { return action_; }
+
+    void setAction(Action action) { action_ = std::move(action); }
+
+    /// What the item is chosen for: its action, when it is enabled and has one.
+    void perform();
+
+    /// Whom the action is for, known by identity; may be null.
+    const void* target() const { return target_; }
+
+    void setTarget(const void* target) { target_ = target; }
+
+    std::int32_t tag() const { return tag_; }
+
+    void setTag(std::int32_t tag) { tag_ = tag; }
+
+    const std::optional<Image>& image() const { return image_; }
+
+    void setImage(std::optional<Image> image);
+
+    /// The check mark.
+    bool state() const { return state_; }
+
+    void setState(bool state);
+
+    bool isEnabled() const { return isEnabled_; }
+
+    void setEnabled(bool isEnabled);
+
+    bool isSeparator() const { return isSeparator_; }
+
+    const std::shared_ptr<Menu>& submenu() const { return submenu_; }
+
+    void setSubmenu(std::shared_ptr<Menu> submenu);
+
+    /// The menu that the item stands in; null while it stands in none.
+    Menu* menu() const { return menu_; }
+
+private:
+    friend class Menu;
+
+    void tell(MenuItemChange change);
+
+    std::string title_;
+    std::string keyEquivalent_;
+    Action action_;
+    const void* target_ = nullptr;
+    std::int32_t tag_ = 0;
+    std::optional<Image> image_;
+    bool state_ = false;
+    bool isEnabled_ = true;
+    bool isSeparator_ = false;
+    std::shared_ptr<Menu> submenu_;
+    Menu* menu_ = nullptr;
+};
+
+/// Follows one menu: what a view needs to redraw at once. Called on the main thread, right after
+/// the change; it may change menus itself, and observe or leave them.
+class MenuObserver {
+public:
+    virtual ~MenuObserver() = default;
+
+    /// The item stands at `index` now.
+    virtual void itemInserted(Menu& menu, MenuItem& item, std::size_t index) = 0;
+    /// The item stood at `index` and stands in no menu now; it lives at least until the return.
+    virtual void itemRemoved(Menu& menu, MenuItem& item, std::size_t index) = 0;
+    virtual void itemChanged(Menu& menu, MenuItem& item, MenuItemChange change) = 0;
 };
 
 /// A menu: items in order. Main thread only.
 class Menu {
 public:
-    explicit Menu(std::string title_ = {}) : title(std::move(title_)) {}
+    explicit Menu(std::string title = {});
+    Menu(const Menu&) = delete;
+    Menu& operator=(const Menu&) = delete;
+    ~Menu();
 
-    void addItem(std::shared_ptr<MenuItem> item) { items_.push_back(std::move(item)); }
+    const std::string& title() const { return title_; }
 
-    /// Inserts before the item at `index`; at the end when there are fewer items.
-    void insertItem(std::shared_ptr<MenuItem> item, std::size_t index) {
-        const auto at = std::min(index, items_.size());
-        items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(at), std::move(item));
-    }
+    /// Whether the desktop decides what is enabled; this program switches that off and says so
+    /// itself.
+    bool autoenablesItems() const { return autoenablesItems_; }
 
+    void setAutoenablesItems(bool autoenablesItems) { autoenablesItems_ = autoenablesItems; }
+
+    void addItem(std::shared_ptr<MenuItem> item);
+    /// Inserts before the item at `index`; at the end when there are fewer items. An item that
+    /// stands in a menu already leaves it first.
+    void insertItem(std::shared_ptr<MenuItem> item, std::size_t index);
     /// Removes an item by identity; harmless when it is not there or null.
-    void removeItem(const MenuItem* item) {
-        std::erase_if(items_, [item](const auto& each) { return each.get() == item; });
-    }
-
+    void removeItem(const MenuItem* item);
     /// The first item with this title, or null.
-    std::shared_ptr<MenuItem> itemWithTitle(std::string_view itemTitle) const {
-        const auto found =
-            std::find_if(items_.begin(), items_.end(),
-                         [itemTitle](const auto& each) { return each->title == itemTitle; });
-        return found == items_.end() ? nullptr : *found;
-    }
+    std::shared_ptr<MenuItem> itemWithTitle(std::string_view title) const;
+    /// The first item with this tag, or null.
+    std::shared_ptr<MenuItem> itemWithTag(std::int32_t tag) const;
 
     const std::vector<std::shared_ptr<MenuItem>>& items() const { return items_; }
 
-    std::string title;
-    bool autoenablesItems = true;
+    /// Not owned; to be removed before either ends. One that is added while a change is told hears
+    /// of the next one, one that is removed meanwhile is not called any more.
+    void addObserver(MenuObserver& observer);
+    void removeObserver(const MenuObserver& observer);
 
 private:
+    friend class MenuItem;
+
+    template <typename Work>
+    void tellObservers(const Work& work);
+
+    std::string title_;
+    bool autoenablesItems_ = true;
     std::vector<std::shared_ptr<MenuItem>> items_;
+    std::vector<MenuObserver*> observers_;
 };
 
 /// The status item in the tray: its picture. Main thread only.

@@ -22,10 +22,10 @@ const Platform& platform() {
 /// Three fixed items, then the place of the devices.
 std::shared_ptr<Menu> makeTopMenu() {
     auto menu = std::make_shared<Menu>();
-    menu->autoenablesItems = false;
+    menu->setAutoenablesItems(false);
     for (const char* title : {"About Quillbox", "Preferences…"}) {
         auto item = std::make_shared<MenuItem>(title);
-        item->isEnabled = false;
+        item->setEnabled(false);
         menu->addItem(std::move(item));
     }
     menu->addItem(MenuItem::separatorItem());

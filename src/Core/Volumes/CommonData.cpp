@@ -79,7 +79,7 @@ void CommonData::disconnectAllDevices() const {
 
 std::shared_ptr<MenuItem> CommonData::makePlaceholderItem() {
     auto item = std::make_shared<MenuItem>(std::string(kPlaceholderTitle));
-    item->isEnabled = false;
+    item->setEnabled(false);
     return item;
 }
 

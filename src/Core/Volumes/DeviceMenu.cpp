@@ -24,7 +24,7 @@ void iPodDevice::addMenuForDevice() {
     const std::string name = deviceName();
     const auto make = [this](const char* title, void (*work)(iPodDevice&, MenuItem&)) {
         auto item = std::make_shared<MenuItem>(title, action(work));
-        item->target = this;
+        item->setTarget(this);
         return item;
     };
     const auto reveal = [](iPodDevice& device, MenuItem&) { device.revealInFinder(); };
@@ -40,9 +40,9 @@ void iPodDevice::addMenuForDevice() {
         device.showAboutThisDevice(sender);
     });
     const auto heading = std::make_shared<MenuItem>("Current Connection Root:");
-    heading->isEnabled = false;
+    heading->setEnabled(false);
     submi_selectMenuItem_ = make("", reveal);
-    submi_selectMenuItem_->state = true;
+    submi_selectMenuItem_->setState(true);
 
     const auto submenu = std::make_shared<Menu>(name);
     for (const auto& item :
@@ -50,14 +50,14 @@ void iPodDevice::addMenuForDevice() {
           submi_aboutThisDevice_, MenuItem::separatorItem(), heading, submi_selectMenuItem_}) {
         submenu->addItem(item);
     }
-    submenu->autoenablesItems = false;
-    mi_deviceMenu_->submenu = submenu;
+    submenu->setAutoenablesItems(false);
+    mi_deviceMenu_->setSubmenu(submenu);
     if (topMenu) {
         topMenu->insertItem(mi_deviceMenu_, kDeviceMenuIndex);
     }
-    submi_startMount_->isEnabled = true;
-    submi_stopMount_->isEnabled = false;
-    submi_revealInFinder_->isEnabled = false;
+    submi_startMount_->setEnabled(true);
+    submi_stopMount_->setEnabled(false);
+    submi_revealInFinder_->setEnabled(false);
 }
 
 void iPodDevice::revealInFinder() const {

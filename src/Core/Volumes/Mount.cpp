@@ -82,11 +82,11 @@ std::vector<std::string> iPodDevice::mountOptions() const {
 }
 
 void iPodDevice::showAsMounted(bool isMounted) {
-    submi_startMount_->isEnabled = !isMounted;
-    submi_stopMount_->isEnabled = isMounted;
-    submi_revealInFinder_->isEnabled = isMounted;
-    submi_connectionRoot_->isEnabled = isMounted;
-    submi_aboutThisDevice_->isEnabled = isMounted;
+    submi_startMount_->setEnabled(!isMounted);
+    submi_stopMount_->setEnabled(isMounted);
+    submi_revealInFinder_->setEnabled(isMounted);
+    submi_connectionRoot_->setEnabled(isMounted);
+    submi_aboutThisDevice_->setEnabled(isMounted);
 }
 
 void iPodDevice::setStatusImage(const char* resourceName) const {

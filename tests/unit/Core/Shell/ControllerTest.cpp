@@ -19,13 +19,13 @@ protected:
 TEST_F(ControllerTest, TheTopMenuHasThreeFixedItemsAndThePlaceholder) {
     const auto& items = controller.topMenu()->items();
     ASSERT_EQ(items.size(), 4U);
-    EXPECT_EQ(items.at(0)->title, "About Quillbox");
-    EXPECT_EQ(items.at(1)->title, "Preferences…");
-    EXPECT_TRUE(items.at(2)->isSeparator);
-    EXPECT_EQ(items.at(3)->title, "No iPhones Connected...");
+    EXPECT_EQ(items.at(0)->title(), "About Quillbox");
+    EXPECT_EQ(items.at(1)->title(), "Preferences…");
+    EXPECT_TRUE(items.at(2)->isSeparator());
+    EXPECT_EQ(items.at(3)->title(), "No iPhones Connected...");
     for (const auto& item : {items.at(0), items.at(1), items.at(3)}) {
-        EXPECT_FALSE(item->isEnabled);
-        EXPECT_FALSE(item->action);
+        EXPECT_FALSE(item->isEnabled());
+        EXPECT_FALSE(item->action());
     }
 }
 

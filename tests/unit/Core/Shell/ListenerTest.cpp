@@ -65,7 +65,7 @@ TEST_F(ListenerTest, TwoDevicesHaveTwoEntriesAndLeaveOneByOne) {
     EXPECT_EQ(titles(), (Texts{"one", "two", "three", "Red Phone"}));
     disconnect(second);
     EXPECT_EQ(titles(), (Texts{"one", "two", "three", "No iPhones Connected..."}));
-    EXPECT_FALSE(topMenu->items().at(3)->isEnabled);
+    EXPECT_FALSE(topMenu->items().at(3)->isEnabled());
 }
 
 TEST_F(ListenerTest, ADepartureEndsTheVolumeAndIsTold) {

@@ -40,10 +40,10 @@ TEST_F(CollectionTest, TheNotificationNamesAreTheirOwnValues) {
 
 TEST_F(CollectionTest, ThePlaceholderIsDisabledAndDoesNothing) {
     const auto item = CommonData::makePlaceholderItem();
-    EXPECT_EQ(item->title, "No iPhones Connected...");
-    EXPECT_EQ(item->keyEquivalent, "");
-    EXPECT_FALSE(item->isEnabled);
-    EXPECT_FALSE(item->action);
+    EXPECT_EQ(item->title(), "No iPhones Connected...");
+    EXPECT_EQ(item->keyEquivalent(), "");
+    EXPECT_FALSE(item->isEnabled());
+    EXPECT_FALSE(item->action());
 }
 
 TEST_F(CollectionTest, RemovingTheLastDeviceBringsThePlaceholderBack) {
@@ -52,7 +52,7 @@ TEST_F(CollectionTest, RemovingTheLastDeviceBringsThePlaceholderBack) {
     iPodDevice::removeConnectedDeviceFromCollection("SERIAL1");
     EXPECT_TRUE(common().md_connectedDevices()->empty());
     EXPECT_EQ(titles(), (Texts{"one", "two", "three", "No iPhones Connected..."}));
-    EXPECT_FALSE(topMenu->items().at(3)->isEnabled);
+    EXPECT_FALSE(topMenu->items().at(3)->isEnabled());
     EXPECT_EQ(world.fileSystems.last().unmounts, 1);
     const auto& last = world.notifications.posted().back();
     EXPECT_EQ(last.name, "attachedDeviceRemovedFromCollection");

@@ -53,7 +53,7 @@ protected:
     Texts titles() const {
         Texts all;
         for (const auto& item : topMenu->items()) {
-            all.push_back(item->title);
+            all.push_back(item->title());
         }
         return all;
     }
@@ -64,8 +64,8 @@ protected:
         for (const auto& item : {device.submi_revealInFinder(), device.submi_connectionRoot(),
                                  device.submi_startMount(), device.submi_stopMount(),
                                  device.submi_aboutThisDevice()}) {
-            if (item->isEnabled) {
-                all.push_back(item->title);
+            if (item->isEnabled()) {
+                all.push_back(item->title());
             }
         }
         return all;

@@ -6,7 +6,7 @@ namespace {
 
 class MenuTest : public DeviceTest {
 protected:
-    static void choose(const std::shared_ptr<MenuItem>& item) { item->action(*item); }
+    static void choose(const std::shared_ptr<MenuItem>& item) { item->action()(*item); }
 };
 
 TEST_F(MenuTest, TheDevicesItemTakesThePlaceOfThePlaceholder) {
@@ -22,13 +22,13 @@ TEST_F(MenuTest, TheDeviceThatArrivedLastStandsFirst) {
 
 TEST_F(MenuTest, TheSubmenuHoldsEightItemsInOrder) {
     const auto device = attach(world.device);
-    const auto& menu = *device->mi_deviceMenu()->submenu;
-    EXPECT_EQ(menu.title, "Blue Phone");
-    EXPECT_FALSE(menu.autoenablesItems);
+    const auto& menu = *device->mi_deviceMenu()->submenu();
+    EXPECT_EQ(menu.title(), "Blue Phone");
+    EXPECT_FALSE(menu.autoenablesItems());
     Texts all;
     for (const auto& item : menu.items()) {
-        all.push_back(item->isSeparator ? "-" : item->title);
-        EXPECT_EQ(item->keyEquivalent, "");
+        all.push_back(item->isSeparator() ? "-" : item->title());
+        EXPECT_EQ(item->keyEquivalent(), "");
     }
     EXPECT_EQ(all, (Texts{"Reveal In Finder", "Change Connection Root", "Mount Device",
                           "Unmount Device", "Device Info", "-", "Current Connection Root:", ""}));
@@ -37,13 +37,13 @@ TEST_F(MenuTest, TheSubmenuHoldsEightItemsInOrder) {
 
 TEST_F(MenuTest, TheItemsStartWithTheirStates) {
     const auto device = attach(world.device);
-    EXPECT_TRUE(device->mi_deviceMenu()->isEnabled);
-    EXPECT_FALSE(device->mi_deviceMenu()->action);
+    EXPECT_TRUE(device->mi_deviceMenu()->isEnabled());
+    EXPECT_FALSE(device->mi_deviceMenu()->action());
     EXPECT_EQ(enabled(*device), (Texts{"Change Connection Root", "Mount Device", "Device Info"}));
-    const auto& items = device->mi_deviceMenu()->submenu->items();
-    EXPECT_FALSE(items.at(6)->isEnabled);
-    EXPECT_TRUE(device->submi_selectMenuItem()->state);
-    EXPECT_TRUE(device->submi_selectMenuItem()->isEnabled);
+    const auto& items = device->mi_deviceMenu()->submenu()->items();
+    EXPECT_FALSE(items.at(6)->isEnabled());
+    EXPECT_TRUE(device->submi_selectMenuItem()->state());
+    EXPECT_TRUE(device->submi_selectMenuItem()->isEnabled());
 }
 
 TEST_F(MenuTest, TheDeviceIsTheTargetOfItsActions) {
@@ -51,11 +51,11 @@ TEST_F(MenuTest, TheDeviceIsTheTargetOfItsActions) {
     for (const auto& item :
          {device->submi_revealInFinder(), device->submi_startMount(), device->submi_stopMount(),
           device->submi_aboutThisDevice(), device->submi_selectMenuItem()}) {
-        EXPECT_EQ(item->target, device.get());
-        EXPECT_TRUE(item->action);
+        EXPECT_EQ(item->target(), device.get());
+        EXPECT_TRUE(item->action());
     }
-    EXPECT_EQ(device->submi_connectionRoot()->target, nullptr);
-    EXPECT_FALSE(device->submi_connectionRoot()->action);
+    EXPECT_EQ(device->submi_connectionRoot()->target(), nullptr);
+    EXPECT_FALSE(device->submi_connectionRoot()->action());
 }
 
 TEST_F(MenuTest, MountingAndUnmountingFromTheMenu) {
@@ -91,7 +91,7 @@ TEST_F(MenuTest, DeviceInfoShowsTheWindowOfThisDevice) {
 
 TEST_F(MenuTest, ADeviceWithoutNameIsShownAsNotAvailable) {
     world.device.values.erase("DeviceName");
-    EXPECT_EQ(attach(world.device)->mi_deviceMenu()->title, "Not available");
+    EXPECT_EQ(attach(world.device)->mi_deviceMenu()->title(), "Not available");
 }
 
 TEST_F(MenuTest, ItemsThatOutliveTheirDeviceDoNothing) {

@@ -231,12 +231,12 @@ TEST_F(MountTest, AFailedMountShowsOneAlertAndCanBeTriedAgain) {
     EXPECT_EQ(world.workspace.alerts, (std::vector<std::pair<std::string, std::string>>{
                                           {"Mount Failed", "The folder is in use."}}));
     EXPECT_FALSE(device->isMounted());
-    EXPECT_TRUE(device->submi_startMount()->isEnabled);
+    EXPECT_TRUE(device->submi_startMount()->isEnabled());
     EXPECT_EQ(world.log.take(),
               (Texts{"Got mountFailed notification.",
                      "kGMUserFileSystem Error: Error Domain=GMUserFileSystem Code=5 \"The folder "
                      "is in use.\", userInfo={ hint = try; }"}));
-    device->submi_startMount()->action(*device->submi_startMount());
+    device->submi_startMount()->action()(*device->submi_startMount());
     world.fileSystems.finishMount(world.fileSystems.last());
     EXPECT_TRUE(device->isMounted());
 }
