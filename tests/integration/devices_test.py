@@ -60,6 +60,16 @@ class SeveralDevices(DeviceTest):
         names = self.check_independent(3, "--same-name")
         self.assertEqual(names, ["Blue Phone", "Blue Phone 2", "Blue Phone 3"])
 
+    def test_devices_of_every_age_are_mounted(self):
+        for options in (("--version", "3.1.3"), ("--version", "6.1.6"), ("--version", "7.0"),
+                        ("--version", "17.4.1"), ("--version", "5.1.1", "--no-tls")):
+            with self.subTest(options=options):
+                simulator = self.start_simulator(*self.DEVICES, *options)
+                quillbox = self.start_quillbox(simulator)
+                self.assertIn("DCIM", os.listdir(quillbox.wait_mounted("Blue Phone")))
+                self.assertEqual(quillbox.terminate(), 0)
+                simulator.end()
+
     def test_a_folder_that_is_already_there_is_not_used(self):
         self.simulator = self.start_simulator("--devices", "1", "--no-afc2")
         volumes = os.path.join(self.folder, "Volumes")
