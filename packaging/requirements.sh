@@ -5,10 +5,10 @@
 # To be sourced.
 
 BUILD_PACKAGES=(build-essential ca-certificates ccache cmake fuse3 git libfuse3-dev libicu-dev libimobiledevice-dev
-    libplist-dev libssl-dev libusbmuxd-dev ninja-build pkg-config)
+    libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev ninja-build pkg-config)
 
-TEST_PACKAGES=("${BUILD_PACKAGES[@]}" attr clang-format-14 clang-tidy-14 coreutils findutils libglib2.0-bin
-    libgtest-dev libimobiledevice-utils procps psmisc python3 rsync tar util-linux)
+TEST_PACKAGES=("${BUILD_PACKAGES[@]}" attr clang-format-14 clang-tidy-14 coreutils findutils icnsutils
+    libglib2.0-bin libgtest-dev libimobiledevice-utils procps psmisc python3 rsync tar util-linux)
 
 # install_packages PURPOSE PACKAGE... : installs those that are missing, and says so. Nothing is asked for.
 install_packages() {
