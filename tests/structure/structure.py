@@ -35,7 +35,7 @@ ROOMS = {
     "src/Linux/Device": {"src/Core/Platform", "src/Wire", "any"},
     "src/Linux/Volume": {"src/Core/Platform", "any"},
     "src/Linux/Host": {"src/Core/Platform", "any"},
-    "src/Linux/Desktop": {"any"},
+    "src/Linux/Desktop": {"src/Core/Platform", "any"},
     "src/Linux/Control": {"any"},
     "src/App": {"src/Linux", "src/Core", "any"},
     "simulator": {"src/Wire", "any"},
