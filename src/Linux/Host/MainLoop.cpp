@@ -97,7 +97,8 @@ void MainLoop::endWaits(const void* subject) {
 int MainLoop::run() {
     while (!isQuitting()) {
         if (runDueTimer() || runNextTask()) {
-            readSignals();
+            // However much there is to do, signals and the desktop have their turn.
+            sleepUntil(Clock::now());
             continue;
         }
         sleepUntil(nextTimer());
@@ -112,7 +113,9 @@ bool MainLoop::wait(const std::shared_ptr<Completion>& completion, const void* s
         const std::lock_guard guard(mutex_);
         waits_.push_back(&wait);
     }
+    ++waitDepth_;
     const bool finished = serveWait(*completion, wait, what);
+    --waitDepth_;
     const std::lock_guard guard(mutex_);
     std::erase(waits_, &wait);
     return finished;
@@ -150,13 +153,15 @@ bool MainLoop::mustEnd(const Wait& wait) const {
 }
 
 void MainLoop::sleepUntil(Clock::time_point deadline) {
-    std::array<pollfd, 2> sources{
-        {{wakeReader_.get(), POLLIN, 0}, {signalReader_.get(), POLLIN, 0}}};
-    if (::poll(sources.data(), sources.size(), millisecondsUntil(deadline)) > 0 &&
-        (sources[0].revents & POLLIN) != 0) {
-        std::array<char, 256> bytes{};
-        while (::read(wakeReader_.get(), bytes.data(), bytes.size()) > 0) {
-        }
+    if (sleeper_) {
+        sleeper_({wakeReader_.get(), signalReader_.get()}, deadline);
+    } else {
+        std::array<pollfd, 2> sources{
+            {{wakeReader_.get(), POLLIN, 0}, {signalReader_.get(), POLLIN, 0}}};
+        ::poll(sources.data(), sources.size(), millisecondsUntil(deadline));
+    }
+    std::array<char, 256> bytes{};
+    while (::read(wakeReader_.get(), bytes.data(), bytes.size()) > 0) {
     }
     readSignals();
 }

@@ -18,9 +18,9 @@
 
 namespace quillbox::host {
 
-/// The main thread's loop where there is no desktop: posted tasks, timers and the signals that end
-/// the program. The thread that makes it is the main thread. Needs a live `Signals` object to hear
-/// signals.
+/// The main thread's loop: posted tasks, timers and the signals that end the program; on a desktop
+/// also what that brings (`setSleeper`). The thread that makes it is the main thread. Needs a live
+/// `Signals` object to hear signals.
 class MainLoop final : public RunLoop {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,6 +28,10 @@ public:
     /// Told on the main thread what a long wait is for once it has lasted 300 ms, and again with
     /// `waiting` false when that wait is over.
     using WaitObserver = std::function<void(const std::string& what, bool waiting)>;
+    /// Serves the events of a desktop on the main thread until one of the descriptors can be read
+    /// or the deadline is over; where it is over already, serves those that are there.
+    using Sleeper =
+        std::function<void(const std::vector<int>& descriptors, Clock::time_point deadline)>;
 
     static constexpr std::chrono::milliseconds kWaitBecomesLong{300};
 
@@ -61,6 +65,12 @@ public:
 
     /// One observer; set before the loop runs. Main thread.
     void setWaitObserver(WaitObserver observer) { waitObserver_ = std::move(observer); }
+
+    /// How the loop spends its idle time, within long waits too; an empty one: asleep. Main thread.
+    void setSleeper(Sleeper sleeper) { sleeper_ = std::move(sleeper); }
+
+    /// Whether a long wait is being served. Main thread.
+    bool isWaiting() const { return waitDepth_ > 0; }
 
 protected:
     void wake() override;
@@ -98,6 +108,8 @@ private:
     TimerId lastTimer_ = 0;
     std::multimap<Clock::time_point, Timer> timers_;
     WaitObserver waitObserver_;
+    Sleeper sleeper_;
+    int waitDepth_ = 0;
 };
 
 }  // namespace quillbox::host

@@ -52,6 +52,30 @@ TEST_F(MainLoopTest, AnEndingSignalEndsTheLoopAndIsAnswered) {
     }
 }
 
+TEST_F(MainLoopTest, TheDesktopIsServedWhileIdleWithinWaitsAndBetweenTasks) {
+    std::vector<bool> turns;
+    loop_.setSleeper([&](const std::vector<int>& descriptors, Clock::time_point deadline) {
+        EXPECT_EQ(descriptors.size(), 2U);
+        EXPECT_EQ(deadline <= Clock::now(), !loop_.isWaiting());
+        turns.push_back(loop_.isWaiting());
+    });
+    auto completion = std::make_shared<Completion>();
+    for (int i = 0; i < 3; ++i) {
+        loop_.post([] {});
+    }
+    loop_.post([&] {
+        loop_.setSleeper([&](const std::vector<int>&, Clock::time_point) {
+            turns.push_back(loop_.isWaiting());
+            loop_.finish(completion);
+        });
+        EXPECT_TRUE(loop_.wait(completion, nullptr, "a device"));
+        EXPECT_FALSE(loop_.isWaiting());
+        loop_.quit();
+    });
+    EXPECT_EQ(loop_.run(), 0);
+    EXPECT_EQ(turns, (std::vector{false, false, false, true, false}));
+}
+
 TEST_F(MainLoopTest, TimersRunInTheOrderOfTheirTimeAndCancelledOnesNever) {
     std::string order;
     loop_.addTimer(20ms, [&] { order += "b"; });
