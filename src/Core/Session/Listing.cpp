@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/Platform/PathText.h"
 #include "Core/Session/CallbackLog.h"
+#include "Core/Session/KeyValues.h"
 #include "Core/Session/NSError+POSIX.h"
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/CachedFlags.h"
@@ -63,22 +64,7 @@ std::optional<FileInfo> PodPhone::fileInfo(AFCConnectionRef connection, const st
         kAFCSuccess) {
         return std::nullopt;
     }
-    FileInfo info;
-    for (;;) {
-        const char* key = nullptr;
-        const char* value = nullptr;
-        if (afc.AFCKeyValueRead(answer, &key, &value) != kAFCSuccess) {
-            return std::nullopt;  // the answer ends with its connection
-        }
-        if (key == nullptr) {
-            break;
-        }
-        info.insert_or_assign(key, value != nullptr ? value : "");
-    }
-    if (afc.AFCKeyValueClose(answer) != kAFCSuccess) {
-        return std::nullopt;
-    }
-    return info;
+    return readKeyValues(afc, answer);
 }
 
 bool PodPhone::fileExists(AFCConnectionRef connection, const std::string& path) {

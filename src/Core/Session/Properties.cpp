@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/Session/KeyValues.h"
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/SettingsKeys.h"
 
@@ -10,20 +11,13 @@ std::optional<DeviceInfo> PodPhone::getDeviceInfo() {
     if (afc.AFCDeviceInfoOpen(myConnection_, &answer) != kAFCSuccess) {
         return std::nullopt;
     }
-    DeviceInfo info;
-    for (;;) {
-        const char* key = nullptr;
-        const char* value = nullptr;
-        if (afc.AFCKeyValueRead(answer, &key, &value) != kAFCSuccess) {
-            return std::nullopt;  // the answer ends with its connection
-        }
-        if (key == nullptr) {
-            break;
-        }
-        info.insert_or_assign(key, decimalValue(value != nullptr ? value : ""));
-    }
-    if (afc.AFCKeyValueClose(answer) != kAFCSuccess) {
+    const auto texts = readKeyValues(afc, answer);
+    if (!texts) {
         return std::nullopt;
+    }
+    DeviceInfo info;
+    for (const auto& [key, text] : *texts) {
+        info.emplace(key, decimalValue(text));
     }
     return info;
 }
