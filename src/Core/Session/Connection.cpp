@@ -81,8 +81,7 @@ bool PodPhone::restartSession() {
            devices.AMDeviceStartSession(device) == 0;
 }
 
-bool PodPhone::startServiceForRoot(std::int32_t tag, bool* isCatalogueTooShort) {
-    *isCatalogueTooShort = false;
+bool PodPhone::startServiceForRoot(std::int32_t tag) {
     auto& devices = platform_.devices;
     const AMDeviceRef device = myDevice_;
     AFCConnectionRef handle = myConnection_;
@@ -94,7 +93,6 @@ bool PodPhone::startServiceForRoot(std::int32_t tag, bool* isCatalogueTooShort) 
         const AppCatalogue catalogue = getUserAppBundlesArray(isOnlyShowFileSharingApp_);
         const auto index = static_cast<std::size_t>(tag - kRootTagApplication);
         if (index >= catalogue.size()) {
-            *isCatalogueTooShort = true;
             return false;
         }
         const std::string* identifier = textIn(catalogue[index], "ID");
@@ -121,8 +119,7 @@ bool PodPhone::setupConnectionForRoot(std::int32_t tag) {
     if (myConnection_ != 0 && !restartSession()) {
         return false;  // the lock stays held, on purpose: this session is beyond use
     }
-    bool isCatalogueTooShort = false;
-    bool isOpen = startServiceForRoot(tag, &isCatalogueTooShort);
+    bool isOpen = startServiceForRoot(tag);
     if (isOpen) {
         AFCConnectionRef connection = myConnection_;
         isOpen = platform_.afc.AFCConnectionOpen(connection, 0, &connection) == kAFCSuccess;

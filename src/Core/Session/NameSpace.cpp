@@ -49,20 +49,22 @@ bool PodPhone::removeItemAtPath(const std::string& path, GMErrorOut error) {
     return removeItem("removeItemAtPath:error:", path, error);
 }
 
-bool PodPhone::makeLink(AFCLinkType type, const std::string& first, const std::string& second,
-                        GMErrorOut error) {
+bool PodPhone::makeLink(AFCLinkType type, const std::optional<std::string>& first,
+                        const std::optional<std::string>& second, GMErrorOut error) {
     NSErrorPOSIX::set(error, ENOTSUP);
-    return platform_.afc.AFCLinkPath(myConnection_, type, first, second) == kAFCSuccess;
+    return first && second &&
+           platform_.afc.AFCLinkPath(myConnection_, type, *first, *second) == kAFCSuccess;
 }
 
-bool PodPhone::linkItemAtPath(const std::string& path, const std::string& toPath,
-                              GMErrorOut error) {
+bool PodPhone::linkItemAtPath(const std::optional<std::string>& path,
+                              const std::optional<std::string>& toPath, GMErrorOut error) {
     logCallback("linkItemAtPath:toPath:error:", path, "\n", toPath);
     return makeLink(kAFCHardLink, path, toPath, error);
 }
 
-bool PodPhone::createSymbolicLinkAtPath(const std::string& path,
-                                        const std::string& withDestinationPath, GMErrorOut error) {
+bool PodPhone::createSymbolicLinkAtPath(const std::optional<std::string>& path,
+                                        const std::optional<std::string>& withDestinationPath,
+                                        GMErrorOut error) {
     return makeLink(kAFCSymbolicLink, path, withDestinationPath, error);
 }
 

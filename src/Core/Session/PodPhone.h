@@ -226,9 +226,11 @@ public:
     bool removeDirectoryAtPath(const std::string& path, GMErrorOut error);
     bool removeItemAtPath(const std::string& path, GMErrorOut error);
     /// Links are made relative to the connection's top, never below "/Documents". The error is
-    /// always set.
-    bool linkItemAtPath(const std::string& path, const std::string& toPath, GMErrorOut error);
-    bool createSymbolicLinkAtPath(const std::string& path, const std::string& withDestinationPath,
+    /// always set. Without one of the paths nothing is asked of the device.
+    bool linkItemAtPath(const std::optional<std::string>& path,
+                        const std::optional<std::string>& toPath, GMErrorOut error);
+    bool createSymbolicLinkAtPath(const std::optional<std::string>& path,
+                                  const std::optional<std::string>& withDestinationPath,
                                   GMErrorOut error);
     std::optional<std::string> destinationOfSymbolicLinkAtPath(const std::string& path,
                                                                GMErrorOut error);
@@ -259,14 +261,16 @@ public:
 private:
     /// Everything from the end of the old session to the start of a new one on the same device.
     bool restartSession();
-    bool startServiceForRoot(std::int32_t tag, bool* isCatalogueTooShort);
+    /// Starts the service of a root; false for a number that is no root, and when the device
+    /// refuses.
+    bool startServiceForRoot(std::int32_t tag);
     std::optional<PropertyValue> lockdownValue(std::string_view key);
     std::uint64_t deviceInfoFigure(std::string_view key);
     bool fileExists(AFCConnectionRef connection, const std::string& path);
     std::optional<FileInfo> fileInfo(AFCConnectionRef connection, const std::string& path);
     bool removeItem(std::string_view selector, const std::string& path, GMErrorOut error);
-    bool makeLink(AFCLinkType type, const std::string& first, const std::string& second,
-                  GMErrorOut error);
+    bool makeLink(AFCLinkType type, const std::optional<std::string>& first,
+                  const std::optional<std::string>& second, GMErrorOut error);
     bool consumeCameraRollMark(const std::string& path);
 
     template <typename... Pieces>

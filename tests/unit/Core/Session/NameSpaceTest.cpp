@@ -135,6 +135,20 @@ TEST_F(NameSpaceTest, FailedLinksAreNotSupported) {
     EXPECT_EQ(codeOf(error), ENOTSUP);
 }
 
+TEST_F(NameSpaceTest, ALinkWithoutOneOfItsPathsFailsWithoutARequest) {
+    for (const auto& [path, other] :
+         std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>>{
+             {std::nullopt, "/b"}, {"/a", std::nullopt}, {std::nullopt, std::nullopt}}) {
+        error.reset();
+        EXPECT_FALSE(phone.linkItemAtPath(path, other, &error));
+        EXPECT_EQ(codeOf(error), ENOTSUP);
+        error.reset();
+        EXPECT_FALSE(phone.createSymbolicLinkAtPath(path, other, &error));
+        EXPECT_EQ(codeOf(error), ENOTSUP);
+    }
+    EXPECT_EQ(world.calls.take(), Texts{});
+}
+
 TEST_F(NameSpaceTest, LinksOfAnApplicationAreMadeFromTheTopOfItsArea) {
     switchToApplication(true);
     EXPECT_TRUE(phone.createSymbolicLinkAtPath("/link", "target", &error));
