@@ -23,13 +23,9 @@ std::string iPodDevice::mountDiskName() {
 }
 
 std::string iPodDevice::createNewFolder(const std::string& path) const {
-    constexpr int kNumberBound = 100'000'000;
-    std::string candidate = path;
-    for (int number = 2; number < kNumberBound && platform_.files.fileExistsAtPath(candidate);
-         ++number) {
-        candidate = pathWithSuffix(path, " " + std::to_string(number));
-    }
-    return candidate;
+    return firstFreePath(path, [&files = platform_.files](const std::string& candidate) {
+        return files.fileExistsAtPath(candidate);
+    });
 }
 
 std::optional<std::string> iPodDevice::mountDiskIconPath() const {

@@ -65,4 +65,14 @@ std::string pathWithSuffix(std::string_view path, std::string_view suffix) {
                                           kept + std::string(suffix));
 }
 
+std::string firstFreePath(const std::string& path,
+                          const std::function<bool(const std::string& candidate)>& isTaken,
+                          std::uint32_t bound) {
+    std::string candidate = path;
+    for (std::uint32_t number = 2; number < bound && isTaken(candidate); ++number) {
+        candidate = pathWithSuffix(path, " " + std::to_string(number));
+    }
+    return candidate;
+}
+
 }  // namespace quillbox

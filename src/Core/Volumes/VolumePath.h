@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -20,5 +22,14 @@ std::string volumePath(std::string_view volumesFolder, std::string_view name);
 
 /// A path with a suffix to its last component, which is cut so far that it stays one folder name.
 std::string pathWithSuffix(std::string_view path, std::string_view suffix);
+
+/// Where the search for a free name ends.
+inline constexpr std::uint32_t kNameNumberBound = 100'000'000;
+
+/// The first of PATH, "PATH 2", "PATH 3", ... that is not taken. The numbers stay below `bound`:
+/// when all are taken the answer is the last of them.
+std::string firstFreePath(const std::string& path,
+                          const std::function<bool(const std::string& candidate)>& isTaken,
+                          std::uint32_t bound = kNameNumberBound);
 
 }  // namespace quillbox

@@ -124,6 +124,17 @@ TEST(VolumePathTest, TheFolderAndTheNameAreJoined) {
     EXPECT_EQ(volumePath("/Volumes/", "a/b"), "/Volumes/a:b");
 }
 
+TEST(VolumePathTest, TheSearchForAFreeNameEndsAtItsBoundWithTheLastOfTheNames) {
+    std::vector<std::string> asked;
+    const auto isTaken = [&asked](const std::string& candidate) {
+        asked.push_back(candidate);
+        return true;
+    };
+    EXPECT_EQ(firstFreePath("/Volumes/a", isTaken, 5), "/Volumes/a 4");
+    EXPECT_EQ(asked, (Texts{"/Volumes/a", "/Volumes/a 2", "/Volumes/a 3"}));
+    EXPECT_EQ(kNameNumberBound, 100000000U);
+}
+
 TEST(VolumePathTest, ASuffixCutsTheNameBetweenCharacters) {
     EXPECT_EQ(pathWithSuffix("/Volumes/a", " 2"), "/Volumes/a 2");
     std::string name(251, 'a');
