@@ -7,18 +7,21 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
+#include <string_view>
 
 namespace quillbox {
 
 namespace {
 
-/// Single precision, as the figures are shown: the last digits of large counts are lost.
-std::string oneDecimal(std::uint64_t count, const char* unit) {
+/// Single precision, as the figures are shown: the last digits of large counts are lost. The point
+/// is a point in every locale.
+std::string oneDecimal(std::uint64_t count, std::string_view unit) {
     const float value = static_cast<float>(count) / 1024.0F;
     std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.1f %s", static_cast<double>(value), unit);
-    return text.data();
+    const auto written = std::to_chars(text.data(), text.data() + text.size(),
+                                       static_cast<double>(value), std::chars_format::fixed, 1);
+    return std::string(text.data(), written.ptr) + " " + std::string(unit);
 }
 
 bool holdsObject(const std::vector<std::string>& list, const std::string& object) {
