@@ -49,7 +49,10 @@ public:
 
     /// Names that a listing of this path gives, in this order, instead of what the tree holds.
     void scriptListing(const std::string& path, std::vector<std::string> names);
-    void setDeviceInfo(InfoPairs info);
+    /// What the device tells of itself, on connections to one tree or to all that have none.
+    void setDeviceInfo(InfoPairs info, const std::string& treeName = {});
+    /// Opens files in every mode from now on; else only in those that callers may use.
+    void acceptEveryMode();
     /// Runs something once, when the next key/value answer has been closed.
     void runAfterNextAnswer(std::function<void()> work);
 
@@ -139,10 +142,13 @@ private:
     std::map<AFCFileRef, OpenFile> files_;
     std::set<AFCFileRef> goneFiles_;  ///< went with their connections; closing them is no harm
     std::map<std::string, std::vector<std::string>> scriptedListings_;
-    InfoPairs deviceInfo_{{"Model", "iPhone1,1"},
-                          {"FSTotalBytes", "17179869184"},
-                          {"FSFreeBytes", "1073741824"},
-                          {"FSBlockSize", "4096"}};
+    bool acceptsEveryMode_ = false;
+    /// By tree; under "" what every other tree tells.
+    std::map<std::string, InfoPairs> deviceInfo_{{"",
+                                                  {{"Model", "iPhone1,1"},
+                                                   {"FSTotalBytes", "17179869184"},
+                                                   {"FSFreeBytes", "1073741824"},
+                                                   {"FSBlockSize", "4096"}}}};
     std::vector<std::string> violations_;
     std::function<void()> afterNextAnswer_;
 };

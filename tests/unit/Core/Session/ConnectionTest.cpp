@@ -116,6 +116,40 @@ TEST_F(OpeningTest, ReconnectingTearsDownAndOpensAgain) {
     EXPECT_EQ(phone.fileShareAppBundlesArray(), catalogue);
 }
 
+TEST_F(OpeningTest, ReconnectingWithoutTheRootServiceKeepsTheRootsTagOnTheMediaArea) {
+    world.device.services.insert("com.apple.afc2");
+    EXPECT_TRUE(open(true));
+    phone.ReConnect(false);
+    EXPECT_TRUE(phone.isJailbreaked());
+    EXPECT_EQ(phone.currentRootTag(), 10);
+    EXPECT_EQ(phone.lastMountTag(), 10);
+    EXPECT_EQ(world.afc.treeOf(phone.myConnection()), "Media");
+}
+
+TEST_F(OpeningTest, ReconnectingMakesANewLockThatIsFree) {
+    EXPECT_TRUE(open(false));
+    world.calls.fail("AMDeviceStartSession", 3);
+    EXPECT_FALSE(phone.setupConnectionForRoot(10));
+    EXPECT_TRUE(world.locks.isHeld);
+    phone.ReConnect(false);
+    EXPECT_FALSE(world.locks.isHeld);
+    world.device.services.insert("com.apple.afc2");
+    EXPECT_TRUE(phone.setupConnectionForRoot(10));
+}
+
+TEST_F(OpeningTest, WhatOthersSetIsKept) {
+    EXPECT_TRUE(open(false));
+    phone.setIsUsingAFC2(true);
+    phone.setIsJailbreaked(true);
+    phone.setLastMountTag(102);
+    phone.setFileShareAppBundlesArray(AppCatalogue{{{"name", "Notes"}, {"ID", "org.notes"}}});
+    EXPECT_TRUE(phone.isUsingAFC2());
+    EXPECT_TRUE(phone.isJailbreaked());
+    EXPECT_EQ(phone.lastMountTag(), 102);
+    EXPECT_EQ(phone.getUserAppBundlesArray(true).size(), 1U);
+    EXPECT_EQ(world.calls.count("AMDeviceLookupApplications"), 0U);
+}
+
 TEST_F(OpeningTest, ASecondConnectionToAnApplicationClosesNothingAndKeepsTheTag) {
     EXPECT_TRUE(open(false));
     world.calls.take();
@@ -278,6 +312,7 @@ TEST_F(SavingTest, MediaIsSavedByItsServiceAndTheStoreIsFlushed) {
     const auto record = phone.saveConnectionPoint();
     EXPECT_EQ(record, (PropertyDictionary{{"lastMountPoint_appBundle", "com.apple.afc"}}));
     EXPECT_EQ(saved(), "com.apple.afc");
+    EXPECT_EQ(world.calls.count("synchronize"), 1U);
     EXPECT_EQ(world.calls.take().back(), "synchronize");
 }
 
@@ -369,6 +404,14 @@ TEST_F(RestoringTest, ASavedRootChangesNothing) {
     EXPECT_EQ(world.log.take(),
               (Texts{"restoreLastMountConnection", "AMDeviceStartService:com.apple.afc2"}));
     EXPECT_EQ(phone.currentRootTag(), 11);
+    EXPECT_EQ(world.calls.count("AFCConnectionClose"), 0U);
+}
+
+TEST_F(RestoringTest, ASavedRootLeavesAJailbrokenDeviceWhereItStands) {
+    save("com.apple.afc2");
+    open(true);
+    EXPECT_EQ(phone.currentRootTag(), 10);
+    EXPECT_EQ(phone.lastMountTag(), 10);
     EXPECT_EQ(world.calls.count("AFCConnectionClose"), 0U);
 }
 

@@ -91,6 +91,14 @@ TEST_F(OpeningFilesTest, NegativeFlagsGoThroughPlusOneAndSetNoCandidate) {
     EXPECT_FALSE(open("/a.txt", std::numeric_limits<int>::max()));
 }
 
+TEST_F(OpeningFilesTest, ARecordOfNegativeFlagsSaysNothingOfBeingACandidate) {
+    world.afc.acceptEveryMode();
+    EXPECT_TRUE(open("/a.txt", -1));
+    EXPECT_EQ(flags(), (PropertyDictionary{{"mode", 0}, {"isWriteFileAtPath", false}}));
+    EXPECT_TRUE(world.log.contains("openFileAtPath:mode:userData:error: /a.txt mode=0 (1_RDONLY, "
+                                   "2_WRONLY, 3_RDWR)"));
+}
+
 TEST_F(OpeningFilesTest, AMissingFileIsNeverMade) {
     EXPECT_FALSE(open("/none", O_RDWR));
     EXPECT_EQ(codeOf(error), ENOENT);

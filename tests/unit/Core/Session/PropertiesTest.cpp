@@ -24,6 +24,15 @@ TEST_F(PropertiesTest, EachFigureIsAskedAnew) {
     EXPECT_EQ(world.calls.count("AFCDeviceInfoOpen"), 3U);
 }
 
+TEST_F(PropertiesTest, EachConnectionRootHasFiguresOfItsOwn) {
+    world.afc.setDeviceInfo({{"FSTotalBytes", "100"}, {"FSFreeBytes", "10"}}, "Root");
+    EXPECT_EQ(phone.getDeviceCapacity(), 17179869184U);
+    world.device.services.insert("com.apple.afc2");
+    ASSERT_TRUE(phone.setupConnectionForRoot(10));
+    EXPECT_EQ(phone.getDeviceCapacity(), 100U);
+    EXPECT_EQ(phone.getDeviceFreeSpace(), 10U);
+}
+
 TEST_F(PropertiesTest, AFigureBeyondTheSignedRangeIsClamped) {
     world.afc.setDeviceInfo({{"FSTotalBytes", "18446744073709551615"}});
     EXPECT_EQ(phone.getDeviceCapacity(), 9223372036854775807U);

@@ -80,6 +80,30 @@ TEST_F(SettingsTest, AFirstRunRemovesAStaleLoginItem) {
     EXPECT_TRUE(world.loginItems.items.empty());
 }
 
+/// One item of this program, and a note of its removal among the writes of the store.
+class NotedLoginItems final : public LoginItems {
+public:
+    explicit NotedLoginItems(CallRecord& record) : record_(record) {}
+
+    std::vector<LoginItem> snapshot() override { return {{"1", "/usr/bin/quillbox"}}; }
+
+    bool insertLast(const std::string& /*path*/) override { return false; }
+
+    void remove(const LoginItem& item) override { record_.add("remove " + item.identifier); }
+
+private:
+    CallRecord& record_;
+};
+
+TEST_F(SettingsTest, AFirstRunRemovesTheLoginItemAfterItsKeyAndBeforeTheFlags) {
+    NotedLoginItems items(world.calls);
+    setDefaultPrefsIfFirstRun(world.preferences, items, world.bundle, world.log);
+    const Texts calls = world.calls.take();
+    EXPECT_EQ(calls.at(4), "setObject openQuillboxOnStart = 0");
+    EXPECT_EQ(calls.at(5), "remove 1");
+    EXPECT_EQ(calls.at(6), "setObject isShowAppIconWhenMounted = 1");
+}
+
 TEST_F(SettingsTest, ThePresenceOfTheKeyEndsTheFirstRunWhateverItsValue) {
     world.preferences.setObject("isAfterFirstRun", false);
     world.loginItems.items = {{"1", "/usr/bin/quillbox"}};
