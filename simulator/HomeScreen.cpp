@@ -37,27 +37,19 @@ PropertyList layout(const Device& device) {
 }  // namespace
 
 void serveHomeScreen(ServiceContext& context) {
-    for (;;) {
-        const auto request = readPropertyList(context.stream);
-        if (!request) {
-            return;
-        }
-        const std::string command = request->textAt("command").value_or("");
-        const auto verdict = context.admit(command);
-        if (!verdict) {
-            return;
-        }
+    while (const auto request = readRequest(context, "command")) {
+        const auto& [content, command, verdict] = *request;
         PropertyList answer = PropertyList::dictionary();
-        if (verdict->kind == Verdict::Kind::Fail) {
-            answer.setText("Error", verdict->status);
+        if (verdict.kind == Verdict::Kind::Fail) {
+            answer.setText("Error", verdict.status);
         } else if (command == "getIconPNGData") {
-            answer = picture(context.device, request->textAt("bundleId").value_or(""));
+            answer = picture(context.device, content.textAt("bundleId").value_or(""));
         } else if (command == "getIconState") {
             answer = layout(context.device);
         } else {
             answer.setText("Error", "UnknownCommand");
         }
-        if (!writeAnswer(context.stream, answer, *verdict)) {
+        if (!writeAnswer(context.stream, answer, verdict)) {
             return;
         }
     }

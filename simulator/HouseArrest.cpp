@@ -23,20 +23,12 @@ std::string refusal(const Device& device, const std::string& command,
 }  // namespace
 
 void serveHouseArrest(ServiceContext& context) {
-    for (;;) {
-        const auto request = readPropertyList(context.stream);
-        if (!request) {
-            return;
-        }
-        const std::string command = request->textAt("Command").value_or("");
-        const auto verdict = context.admit(command);
-        if (!verdict) {
-            return;
-        }
-        const std::string identifier = request->textAt("Identifier").value_or("");
+    while (const auto request = readRequest(context)) {
+        const auto& [content, command, verdict] = *request;
+        const std::string identifier = content.textAt("Identifier").value_or("");
         std::string error;
-        if (verdict->kind == Verdict::Kind::Fail) {
-            error = verdict->status;
+        if (verdict.kind == Verdict::Kind::Fail) {
+            error = verdict.status;
         } else if (requestGroup(command) != RequestGroup::HouseArrest) {
             error = "UnknownCommand";
         } else {
@@ -48,7 +40,7 @@ void serveHouseArrest(ServiceContext& context) {
         } else {
             answer.setText("Error", error);
         }
-        if (!writeAnswer(context.stream, answer, *verdict)) {
+        if (!writeAnswer(context.stream, answer, verdict)) {
             return;
         }
         if (error.empty()) {

@@ -77,26 +77,18 @@ bool answerBrowse(Stream& stream, std::vector<Listed> listed, const Verdict& ver
 }  // namespace
 
 void serveInstallationProxy(ServiceContext& context) {
-    for (;;) {
-        const auto request = readPropertyList(context.stream);
-        if (!request) {
-            return;
-        }
-        const std::string command = request->textAt("Command").value_or("");
-        const auto verdict = context.admit(command);
-        if (!verdict) {
-            return;
-        }
+    while (const auto request = readRequest(context)) {
+        const auto& [content, command, verdict] = *request;
         bool goOn = false;
-        if (verdict->kind == Verdict::Kind::Fail) {
+        if (verdict.kind == Verdict::Kind::Fail) {
             goOn = writePropertyList(context.stream,
-                                     PropertyList::dictionary().setText("Error", verdict->status));
+                                     PropertyList::dictionary().setText("Error", verdict.status));
         } else if (command == "Lookup") {
-            goOn = answerLookup(context.stream, select(context.device.applications, *request),
-                                *verdict);
+            goOn =
+                answerLookup(context.stream, select(context.device.applications, content), verdict);
         } else if (command == "Browse") {
-            goOn = answerBrowse(context.stream, select(context.device.applications, *request),
-                                *verdict);
+            goOn =
+                answerBrowse(context.stream, select(context.device.applications, content), verdict);
         } else {
             goOn = writePropertyList(context.stream,
                                      PropertyList::dictionary().setText("Error", "UnknownCommand"));

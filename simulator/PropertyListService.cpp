@@ -3,6 +3,8 @@
 
 #include "Wire/PropertyListFrame.h"
 
+#include <utility>
+
 namespace quillbox::simulator {
 
 std::optional<PropertyList> readPropertyList(Stream& stream) {
@@ -20,6 +22,19 @@ std::optional<PropertyList> readPropertyList(Stream& stream) {
         return std::nullopt;
     }
     return PropertyList::parse(payload);
+}
+
+std::optional<AdmittedRequest> readRequest(ServiceContext& context, const std::string& key) {
+    auto content = readPropertyList(context.stream);
+    if (!content) {
+        return std::nullopt;
+    }
+    std::string command = content->textAt(key).value_or("");
+    auto verdict = context.admit(command);
+    if (!verdict) {
+        return std::nullopt;
+    }
+    return AdmittedRequest{std::move(*content), std::move(command), std::move(*verdict)};
 }
 
 bool writePropertyList(Stream& stream, const PropertyList& list) {

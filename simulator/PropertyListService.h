@@ -5,12 +5,25 @@
 #include "Service.h"
 
 #include <optional>
+#include <string>
 
 namespace quillbox::simulator {
 
 /// Reads the next property list of a service's client; nothing when the connection has ended or
 /// what came is no property list of bearable length.
 [[nodiscard]] std::optional<PropertyList> readPropertyList(Stream& stream);
+
+/// A request that the faults have been asked about.
+struct AdmittedRequest {
+    PropertyList content;
+    std::string command;
+    Verdict verdict;
+};
+
+/// Reads the next request of a service and asks the faults about the command that it holds under
+/// `key`. Nothing when the connection is to end.
+[[nodiscard]] std::optional<AdmittedRequest> readRequest(ServiceContext& context,
+                                                         const std::string& key = "Command");
 
 /// Sends a property list with its length in front.
 [[nodiscard]] bool writePropertyList(Stream& stream, const PropertyList& list);
