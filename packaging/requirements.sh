@@ -5,7 +5,7 @@
 # To be sourced.
 
 BUILD_PACKAGES=(build-essential ca-certificates ccache cmake fuse3 git libfuse3-dev libicu-dev libimobiledevice-dev
-    libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev ninja-build pkg-config)
+    libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev ninja-build pkg-config qt6-base-dev)
 
 TEST_PACKAGES=("${BUILD_PACKAGES[@]}" attr clang-format-14 clang-tidy-14 coreutils findutils icnsutils
     libglib2.0-bin libgtest-dev libimobiledevice-utils procps psmisc python3 rsync tar util-linux)

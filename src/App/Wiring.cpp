@@ -2,8 +2,10 @@
 #include "App/Wiring.h"
 
 #include "App/SessionVolumeBacking.h"
+#include "Linux/Device/PropertyLists.h"
 
 #include <memory>
+#include <span>
 #include <utility>
 
 namespace quillbox::app {
@@ -15,6 +17,7 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
       loginItems_(host::AutostartPlaces::fromEnvironment(), log),
       workspace_(log),
       files_(volumesFolder),
+      images_(bundle_),
       locks_(loop, log),
       devices_(loop, log, DeviceOptions{}),
       volumes_(loop, notifications_, log,
@@ -22,15 +25,28 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
                    return std::make_unique<SessionVolumeBacking>(devices_.afc(),
                                                                  std::move(delegate));
                }),
-      platform_{
-          devices_.devices(), devices_.afc(), volumes_, notifications_, preferences_, loginItems_,
-          workspace_,         files_,         bundle_,  collation_,     locks_,       log} {
+      platform_{devices_.devices(),
+                devices_.afc(),
+                volumes_,
+                notifications_,
+                preferences_,
+                loginItems_,
+                workspace_,
+                files_,
+                bundle_,
+                collation_,
+                locks_,
+                log,
+                images_} {
     // A volume must not go on with a connection that its session is about to give up, and must not
     // wait for one whose device is gone.
     devices_.setConnectionEndObserver([this](AFCConnectionRef connection, bool deviceGone) {
         volumes_.connectionEnds(connection, deviceGone);
     });
     files_.setTombstones([this] { return volumes_.tombstones(); });
+    files_.setPropertyListReader([](std::string_view bytes) {
+        return device::parseDictionary(std::as_bytes(std::span{bytes}));
+    });
     files_.setClaims([this] { return volumes_.claimedPaths(); });
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Core/Platform/Platform.h"
+#include "Linux/Desktop/Images.h"
 #include "Linux/Device/DeviceLibrary.h"
 #include "Linux/Host/AutostartEntries.h"
 #include "Linux/Host/HeadlessWorkspace.h"
@@ -42,6 +43,7 @@ private:
     host::HeadlessWorkspace workspace_;
     host::LocalFiles files_;
     host::LocaleCollation collation_;
+    desktop::Images images_;
     host::LoopLocks locks_;
     DeviceLibrary devices_;
     FuseUserFileSystems volumes_;

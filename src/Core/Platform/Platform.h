@@ -4,6 +4,7 @@
 #include "Core/Platform/AFC.h"
 #include "Core/Platform/Bundle.h"
 #include "Core/Platform/HostFiles.h"
+#include "Core/Platform/Imaging.h"
 #include "Core/Platform/Lock.h"
 #include "Core/Platform/Log.h"
 #include "Core/Platform/LoginItems.h"
@@ -31,6 +32,7 @@ struct Platform {
     Collation& collation;
     Locks& locks;
     Log& log;
+    Imaging& images;
 };
 
 }  // namespace quillbox

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/Platform/PathText.h"
 #include "Core/Session/PodPhone.h"
+#include "Core/Settings/CachedFlags.h"
 
 #include <algorithm>
 
 namespace quillbox {
 
 namespace {
+
+/// The picture that a store puts beside an application, in no format in particular.
+constexpr const char* kArtwork = "iTunesArtwork";
 
 std::string textOr(const PropertyDictionary& dictionary, std::string_view key,
                    std::string_view otherwise = {}) {
@@ -78,6 +83,32 @@ AppCatalogue PodPhone::getUserAppBundlesArray(bool onlyFileSharing) {
                      });
     setFileShareAppBundlesArray(catalogue);
     return catalogue;
+}
+
+std::optional<Image> PodPhone::getImageBy(std::int64_t index) {
+    // The connection is about to serve no root of the menu: the next switch must reconnect.
+    currentRootTag_ = kRootTagNone;
+    const AppCatalogue catalogue = getUserAppBundlesArray(isOnlyShowFileSharingApp_);
+    if (static_cast<std::uint64_t>(index) >= catalogue.size()) {
+        if (connectionLock_) {
+            connectionLock_->unlock();
+        }
+        return std::nullopt;
+    }
+    const std::string identifier = textOr(catalogue[static_cast<std::size_t>(index)], "ID");
+    if (myConnection_ != 0 && !restartSession()) {
+        return std::nullopt;
+    }
+    AFCConnectionRef connection = myConnection_;
+    if (platform_.devices.AMDeviceStartHouseArrestService(myDevice_, identifier, nullptr,
+                                                          &connection, nullptr) != 0) {
+        return std::nullopt;
+    }
+    const bool isOpen = platform_.afc.AFCConnectionOpen(connection, 0, &connection) == kAFCSuccess;
+    setMyConnection(connection);
+    const auto artwork =
+        isOpen ? readDataOfFile(stringByAppendingPathComponent("/", kArtwork)) : std::nullopt;
+    return artwork ? platform_.images.imageWithData(*artwork) : std::nullopt;
 }
 
 std::optional<AppCatalogue> PodPhone::fileShareAppBundlesArray() const {

@@ -135,7 +135,11 @@ bool PodPhone::isDirectory(const std::string& path) {
 }
 
 std::int64_t PodPhone::getFileSize(const std::string& path) {
-    const auto info = GetFileInfo(path);
+    return fileSize(myConnection_, path);
+}
+
+std::int64_t PodPhone::fileSize(AFCConnectionRef connection, const std::string& path) {
+    const auto info = fileInfo(connection, path);
     return info ? numberIn(*info, "st_size") : 0;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Core/Session/CallbackLog.h"
 #include "Core/Session/NSError+POSIX.h"
+#include "Core/Session/PictureNames.h"
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/CameraRollSwitch.h"
 
@@ -34,14 +35,6 @@ bool isSet(const GMUserData& record, const char* key) {
 AFCFileRef fileOf(const GMUserData& record) {
     const auto* value = find(*record, kFileRef);
     return value != nullptr ? value->unsignedValue() : 0;
-}
-
-/// The suffix alone decides, with or without a dot before it.
-bool isPictureName(std::string path) {
-    std::transform(path.begin(), path.end(), path.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return path.ends_with("jpg") || path.ends_with("jpeg") || path.ends_with("png");
 }
 
 /// Adds 1 as 32-bit arithmetic does, also to the largest number.
@@ -99,7 +92,7 @@ bool PodPhone::createFileAtPath(const std::string& path, const PropertyDictionar
     auto record = std::make_shared<PropertyDictionary>();
     put(record, kMode, kModeReadWrite);
     put(record, kFileRef, file);
-    put(record, kIsCreate, isPictureName(devicePath));
+    put(record, kIsCreate, isCameraRollPicture(devicePath));
     put(record, kIsWrite, false);
     *userData = std::move(record);
     logCallback("OK... ");
@@ -175,7 +168,7 @@ void PodPhone::releaseFileAtPath(const std::string& path, const GMUserData& user
     }
     platform_.afc.AFCFileRefClose(connection, fileOf(userData));
     if (isChangeNameOnCopyImages2DCIM(platform_.preferences)) {
-        if (isPictureName(devicePath) && consumeCameraRollMark(devicePath) &&
+        if (isCameraRollPicture(devicePath) && consumeCameraRollMark(devicePath) &&
             createThumbnailForDCIM(devicePath)) {
             return;
         }

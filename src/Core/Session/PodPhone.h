@@ -32,6 +32,9 @@ using DeviceInfo = std::map<std::string, std::int64_t, std::less<>>;
 /// What the device tells of one path: "st_ifmt", "st_size", ... as texts.
 using FileInfo = std::map<std::string, std::string, std::less<>>;
 
+/// The largest device file, in bytes, that is gathered in memory.
+inline constexpr std::int64_t kLargestFileInMemory = 268'435'456;
+
 /// The session of one attached device: its lockdown session, one AFC connection at a time, and the
 /// file-system operations of its volume over that connection.
 ///
@@ -117,6 +120,12 @@ public:
     /// The user's applications in the order that fixes their root tags. Asked of the device once;
     /// the filter of that first call holds for the life of the session.
     AppCatalogue getUserAppBundlesArray(bool onlyFileSharing);
+
+    /// The artwork of the application at an index of the catalogue, read from its area; none when
+    /// it has none. Closes the connection to open that area: the next switch reconnects, whatever
+    /// comes out. Without an application at that index nothing is closed, and a lock that nobody
+    /// took is given back.
+    std::optional<Image> getImageBy(std::int64_t index);
 
     /// The catalogue as it is kept, none before it was asked for.
     std::optional<AppCatalogue> fileShareAppBundlesArray() const;
@@ -251,10 +260,47 @@ public:
     bool renameFolder(const std::string& path, const std::string& newFolderName);
     bool removePath(const std::string& path);
 
+    // Transfer -----------------------------------------------------------------------------------
+
+    // Whole files, by device paths as they are and absolute paths of this computer. Failure is the
+    // result alone: nothing is logged, and what was opened before a failure stays open. May be
+    // called on any thread; blocks for the device. What is gathered in memory is bounded: beyond
+    // `kLargestFileInMemory` the answer is a failure.
+
+    /// Part of a device file, in reads of 64 KiB; shorter where the file is. A missing file is made
+    /// and gives empty data.
+    std::optional<PropertyData> readFileData(const std::string& path, std::int64_t withOffset,
+                                             std::int64_t lengthInBytes);
+    std::optional<PropertyData> readDataOfFile(const std::string& path);
+    /// True when the file could be read and is not empty. Once it is open, `fileData` holds what
+    /// was read so far.
+    bool attemptFileRead(const std::string& path, std::optional<PropertyData>* fileData);
+    /// Copies a file of this computer onto the device, in writes of 256 KiB; one of 4 GiB or more
+    /// is refused. A file at the target goes first, whatever happens then.
+    bool copyFileToIPhone(const std::string& sourcePath, const std::string& targetPath);
+    /// Copies a device file to this computer. A missing source is made and gives an empty copy; one
+    /// of more than 4 GiB fails.
+    bool copyFile(const std::string& sourcePath, const std::string& destinationPath);
+    /// Removes what stands at a path of this computer and makes its folder.
+    bool prepareTargetPathOnLocalMachine(const std::string& path);
+    /// The files of a device directory as records of "name" and "size", its directories as records
+    /// of "name"; none on failure. Whether a name is a directory, and its size, are asked for the
+    /// bare name, as if it stood at the top of the connection.
+    std::optional<std::vector<PropertyDictionary>> getFiles(const std::string& path);
+    std::optional<std::vector<PropertyDictionary>> getDirectories(const std::string& path);
+
     // Camera roll --------------------------------------------------------------------------------
 
+    /// Whether a path ends in one of the picture suffixes "jpg", "jpeg", "gif", "thm", "bmp",
+    /// "tiff", "png", in any case and with or without a dot.
+    static bool isPictureType(const std::string& path);
+    /// The first free name of a camera-roll folder, "IMG_0001.JPG" and so on to 99 behind the
+    /// folder's base number, for a picture at `path`; none when all are taken. A number is free
+    /// when neither a JPEG nor a PNG has it.
+    std::optional<std::string> pathToChange(const std::string& path, std::int32_t folderNum);
     /// Gives a picture that was copied into the camera roll the device's own name and a thumbnail.
-    /// True when the file was dealt with. Called by the release of a marked file, with its device
+    /// True when it was renamed, whatever became of the thumbnail; else nothing on the device is
+    /// changed. Called by the release of a marked file, with its device
     /// path, no lock held.
     virtual bool createThumbnailForDCIM(const std::string& path);
 
@@ -271,6 +317,23 @@ private:
     bool removeItem(std::string_view selector, const std::string& path, GMErrorOut error);
     bool makeLink(AFCLinkType type, const std::optional<std::string>& first,
                   const std::optional<std::string>& second, GMErrorOut error);
+    bool appendFileData(AFCConnectionRef connection, AFCFileRef file, std::int64_t length,
+                        PropertyData& data);
+    std::optional<PropertyData> readDataOfFile(AFCConnectionRef connection,
+                                               const std::string& path);
+    std::optional<PropertyData> readFileData(AFCConnectionRef connection, const std::string& path,
+                                             std::int64_t offset, std::int64_t length);
+    bool copyFileToIPhone(AFCConnectionRef connection, const std::string& sourcePath,
+                          const std::string& targetPath);
+    std::int64_t fileSize(AFCConnectionRef connection, const std::string& path);
+    std::optional<std::vector<PropertyDictionary>> entries(const std::string& path,
+                                                           bool wantsDirectories);
+    std::optional<std::string> pathToChange(AFCConnectionRef connection, const std::string& path,
+                                            std::int32_t folderNum);
+    /// The folder number of a picture that may be renamed.
+    std::optional<std::int32_t> cameraRollFolder(AFCConnectionRef connection,
+                                                 const std::string& path);
+    void makeCameraRollThumbnail(AFCConnectionRef connection, const std::string& path);
     bool consumeCameraRollMark(const std::string& path);
 
     template <typename... Pieces>

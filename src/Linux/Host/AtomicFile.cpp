@@ -16,6 +16,21 @@ namespace quillbox::host {
 
 namespace {
 
+std::string behindLinks(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? std::string(real.get()) : path;
+}
+
+int writeNewFile(int descriptor, std::string_view content, mode_t mode) {
+    if (const int error = writeFully(descriptor, content); error != 0) {
+        return error;
+    }
+    return ::fchmod(descriptor, mode) == 0 && ::fsync(descriptor) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
 std::string folderOf(const std::string& path) {
     const auto slash = path.rfind('/');
     if (slash == std::string::npos) {
@@ -24,13 +39,7 @@ std::string folderOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-std::string behindLinks(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
-                                                           &std::free);
-    return real ? std::string(real.get()) : path;
-}
-
-int writeAll(int descriptor, std::string_view content) {
+int writeFully(int descriptor, std::string_view content) {
     while (!content.empty()) {
         const auto written = ::write(descriptor, content.data(), content.size());
         if (written < 0) {
@@ -44,17 +53,8 @@ int writeAll(int descriptor, std::string_view content) {
     return 0;
 }
 
-int writeNewFile(int descriptor, std::string_view content, mode_t mode) {
-    if (const int error = writeAll(descriptor, content); error != 0) {
-        return error;
-    }
-    return ::fchmod(descriptor, mode) == 0 && ::fsync(descriptor) == 0 ? 0 : errno;
-}
-
-}  // namespace
-
-int replaceFile(const std::string& path, std::string_view content, mode_t mode) {
-    const std::string target = behindLinks(path);
+int replaceFile(const std::string& path, std::string_view content, mode_t mode, Links links) {
+    const std::string target = links == Links::Followed ? behindLinks(path) : path;
     std::string temporary = target + ".new-XXXXXX";
     FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) {

@@ -53,6 +53,14 @@ LocalFiles::Place LocalFiles::placeOf(const std::string& path) const {
                                                               : Place::OnVolume;
 }
 
+bool LocalFiles::isOnVolume(const std::string& path) const {
+    if (path.empty()) {
+        return true;
+    }
+    const Place place = placeOf(tidied(path));
+    return place == Place::OnVolume || place == Place::NameInVolumesFolder;
+}
+
 bool LocalFiles::isListed(const std::string& path) const {
     const std::unique_ptr<DIR, DirectoryClose> directory(::opendir(volumesFolder_.c_str()));
     const std::string name = path.substr(path.rfind('/') + 1);
@@ -86,6 +94,19 @@ bool LocalFiles::fileExistsAtPath(const std::string& path) {
         struct stat status = {};
         return ::lstat(clean.c_str(), &status) == 0;
     }
+}
+
+bool LocalFiles::fileExistsAtPath(const std::string& path, bool* isDirectory) {
+    *isDirectory = false;
+    if (!fileExistsAtPath(path)) {
+        return false;
+    }
+    const std::string clean = tidied(path);
+    struct stat status = {};
+    // What stands in the volumes folder is a mount point or was one: not asked, it may be stalled.
+    *isDirectory = placeOf(clean) == Place::NameInVolumesFolder ||
+                   (::stat(clean.c_str(), &status) == 0 && S_ISDIR(status.st_mode));
+    return true;
 }
 
 bool LocalFiles::createDirectoryAtPath(const std::string& path, std::string* error) {

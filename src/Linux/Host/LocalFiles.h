@@ -2,10 +2,13 @@
 #pragma once
 
 #include "Core/Platform/HostFiles.h"
+#include "Linux/Host/PrivateFolder.h"
 
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quillbox::host {
@@ -21,6 +24,10 @@ public:
     /// Any thread.
     using Claims = std::function<std::vector<std::string>()>;
 
+    /// Reads a property list that may be anything, nested ever so deeply. Any thread.
+    using PropertyListReader =
+        std::function<std::optional<PropertyDictionary>(std::string_view bytes)>;
+
     /// `volumesFolder` is absolute, as `chooseVolumesFolder` gives it.
     explicit LocalFiles(std::string volumesFolder);
 
@@ -29,9 +36,22 @@ public:
 
     void setClaims(Claims claims) { claims_ = std::move(claims); }
 
+    void setPropertyListReader(PropertyListReader reader) { propertyLists_ = std::move(reader); }
+
     bool fileExistsAtPath(const std::string& path) override;
+    bool fileExistsAtPath(const std::string& path, bool* isDirectory) override;
+    std::optional<std::uint64_t> fileSizeAtPath(const std::string& path) override;
     bool createDirectoryAtPath(const std::string& path, std::string* error) override;
     bool removeItemAtPath(const std::string& path) override;
+
+    int open(const std::string& path, std::uint32_t flags, std::uint32_t permissions) override;
+    std::int64_t read(int descriptor, void* buffer, std::size_t length) override;
+    std::int64_t write(int descriptor, const void* buffer, std::size_t length) override;
+    void close(int descriptor) override;
+    bool writeDataAtomically(const std::string& path, const PropertyData& data) override;
+    std::optional<PropertyDictionary>
+    dictionaryWithContentsOfFile(const std::string& path) override;
+    std::string temporaryDirectory() override;
 
     std::string volumesFolder() override { return volumesFolder_; }
 
@@ -39,12 +59,17 @@ private:
     enum class Place { Elsewhere, VolumesFolder, NameInVolumesFolder, OnVolume };
 
     Place placeOf(const std::string& path) const;
+    /// Also for a path that names nothing.
+    bool isOnVolume(const std::string& path) const;
     bool isListed(const std::string& path) const;
     bool isTaken(const std::string& path) const;
 
     const std::string volumesFolder_;
     Tombstones tombstones_;
     Claims claims_;
+    PropertyListReader propertyLists_;
+    std::mutex temporaryMutex_;
+    std::optional<PrivateFolder> temporary_;
 };
 
 /// The folder for volumes: `given` where it is set, made when it is missing; else `standard` where

@@ -9,7 +9,6 @@
 #include <cctype>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -180,34 +179,6 @@ public:
 
     std::vector<std::string> opened;
     std::vector<std::pair<std::string, std::string>> alerts;
-};
-
-class FakeHostFiles final : public HostFiles {
-public:
-    explicit FakeHostFiles(CallRecord& record) : record_(record) {}
-
-    bool fileExistsAtPath(const std::string& path) override { return paths.contains(path); }
-
-    bool createDirectoryAtPath(const std::string& path, std::string* error) override {
-        if (!failure.empty()) {
-            *error = failure;
-            return false;
-        }
-        return paths.insert(path).second;
-    }
-
-    bool removeItemAtPath(const std::string& path) override {
-        record_.add("removeItemAtPath " + path);
-        return paths.erase(path) > 0;
-    }
-
-    std::string volumesFolder() override { return "/Volumes"; }
-
-    std::set<std::string> paths;
-    std::string failure;
-
-private:
-    CallRecord& record_;
 };
 
 class FakeBundle final : public Bundle {

@@ -6,6 +6,8 @@
 #include "Core/Volumes/CommonData.h"
 #include "FakeAFC.h"
 #include "FakeHost.h"
+#include "FakeHostFiles.h"
+#include "FakeImaging.h"
 #include "FakeMobileDevice.h"
 #include "FakeVolumes.h"
 
@@ -26,12 +28,14 @@ struct World {
     FakeLoginItems loginItems;
     FakeWorkspace workspace;
     FakeHostFiles files{calls};
+    FakeImaging images{files};
     FakeBundle bundle;
     FakeCollation collation;
     FakeLocks locks{calls};
     FakeLog log;
-    Platform platform{devices,   afc,   fileSystems, notifications, preferences, loginItems,
-                      workspace, files, bundle,      collation,     locks,       log};
+    Platform platform{devices,    afc,       fileSystems, notifications, preferences,
+                      loginItems, workspace, files,       bundle,        collation,
+                      locks,      log,       images};
 
     /// A device "Blue Phone" with its serial number and identifier, Media only.
     am_device device{
@@ -62,6 +66,7 @@ protected:
         CommonData::resetSharedInstance();
         clearCachedFlags();
         EXPECT_EQ(world.afc.violations(), Texts{});
+        EXPECT_EQ(world.files.violations, Texts{});
     }
 
     World world;
