@@ -8,6 +8,7 @@
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
 #include "Core/Volumes/CommonData.h"
+#include "Linux/Host/CrashReports.h"
 #include "Linux/Host/Signals.h"
 #include "Linux/Host/SingleInstance.h"
 #include "Linux/Host/SystemLog.h"
@@ -40,6 +41,16 @@ std::string multiplexerSocket() {
     const std::string text = address != nullptr && *address != '\0' ? address : kDefaultSocket;
     constexpr std::string_view kUnix = "UNIX:";
     return text.starts_with(kUnix) ? text.substr(kUnix.size()) : text;
+}
+
+/// The program with what it tells about itself.
+host::ProgramBundle describedBundle() {
+    std::string help = QUILLBOX_HELP_ADDRESS;
+    if (help.empty()) {
+        help = host::ProgramBundle().documentAddress("README.md");
+    }
+    return host::ProgramBundle({{std::string(kCFBundleVersionKey), QUILLBOX_VERSION},
+                                {std::string(kHelpAddressInfoKey), help}});
 }
 
 /// The life of the program, from its options to its exit status.
@@ -120,6 +131,7 @@ private:
     }
 
     void serve() {
+        host::CrashReports::reportCrashes(host::crashFolder(), "Quillbox " QUILLBOX_VERSION);
         host::MainLoop loop;
         loop.setWaitObserver([this](const std::string& what, bool waiting) {
             logLine(log_, waiting ? LogLevel::Info : LogLevel::Debug,
@@ -133,6 +145,7 @@ private:
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
             PodController controller;
             controller.awakeFromNib();
+            controller.applicationDidFinishLaunching();
             logLine(log_, LogLevel::Info, "Quillbox ", QUILLBOX_VERSION,
                     " is running; volumes appear in ", volumesFolder_, ".");
             loop.run();
@@ -156,7 +169,7 @@ private:
     const Options options_;
     const host::Signals signals_;
     host::SystemLog log_;
-    const host::ProgramBundle bundle_;
+    const host::ProgramBundle bundle_ = describedBundle();
     const std::shared_ptr<MountedPaths> mounted_ = std::make_shared<MountedPaths>();
     std::optional<LastResort> lastResort_;  ///< before all whose end it watches over
     host::SingleInstance instance_;

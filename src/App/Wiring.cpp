@@ -17,6 +17,9 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
       loginItems_(host::AutostartPlaces::fromEnvironment(), log),
       workspace_(log),
       files_(volumesFolder),
+      interfaceFiles_(log),
+      application_([&loop] { loop.quit(); }),
+      crashes_(host::crashFolder(), workspace_),
       images_(bundle_),
       locks_(loop, log),
       devices_(loop, log, DeviceOptions{}),
@@ -37,7 +40,12 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
                 collation_,
                 locks_,
                 log,
-                images_} {
+                images_,
+                interfaceFiles_,
+                application_,
+                statusBar_,
+                crashes_,
+                fileManager_} {
     // A volume must not go on with a connection that its session is about to give up, and must not
     // wait for one whose device is gone.
     devices_.setConnectionEndObserver([this](AFCConnectionRef connection, bool deviceGone) {

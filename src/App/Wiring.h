@@ -5,7 +5,11 @@
 #include "Linux/Desktop/Images.h"
 #include "Linux/Device/DeviceLibrary.h"
 #include "Linux/Host/AutostartEntries.h"
+#include "Linux/Host/CrashReports.h"
+#include "Linux/Host/HeadlessDesktop.h"
+#include "Linux/Host/HeadlessWindows.h"
 #include "Linux/Host/HeadlessWorkspace.h"
+#include "Linux/Host/LocalFileManager.h"
 #include "Linux/Host/LocalFiles.h"
 #include "Linux/Host/LocaleCollation.h"
 #include "Linux/Host/LoopLock.h"
@@ -13,6 +17,7 @@
 #include "Linux/Host/NotificationHub.h"
 #include "Linux/Host/PreferenceFile.h"
 #include "Linux/Host/ProgramBundle.h"
+#include "Linux/Host/UserFolders.h"
 #include "Linux/Volume/FuseUserFileSystems.h"
 
 #include <string>
@@ -42,6 +47,11 @@ private:
     host::AutostartEntries loginItems_;
     host::HeadlessWorkspace workspace_;
     host::LocalFiles files_;
+    host::HeadlessWindows interfaceFiles_;
+    host::HeadlessApplication application_;
+    host::HeadlessStatusBar statusBar_;
+    host::CrashReports crashes_;
+    host::LocalFileManager fileManager_;
     host::LocaleCollation collation_;
     desktop::Images images_;
     host::LoopLocks locks_;

@@ -3,8 +3,14 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quillbox {
+
+/// Key of the program's version ("2.1") in its information dictionary.
+inline constexpr std::string_view kCFBundleVersionKey = "CFBundleVersion";
+/// Key of the address that Help opens.
+inline constexpr std::string_view kHelpAddressInfoKey = "HelpAddress";
 
 /// The installed program and its resources, and the system it runs on. Any thread.
 class Bundle {
@@ -16,6 +22,8 @@ public:
     /// The file of a resource, for example ("QuillboxIcon", "icns"); none when it is not installed.
     virtual std::optional<std::string> pathForResource(const std::string& name,
                                                        const std::string& type) const = 0;
+    /// A text that the program was built with, by its key; none for a key that is not there.
+    virtual std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const = 0;
     /// The system's own name and version for a person (PRETTY_NAME of os-release).
     virtual std::string operatingSystemVersionString() const = 0;
 };

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "Core/Platform/AFC.h"
+#include "Core/Platform/Application.h"
 #include "Core/Platform/Bundle.h"
+#include "Core/Platform/FileManager.h"
 #include "Core/Platform/HostFiles.h"
 #include "Core/Platform/Imaging.h"
+#include "Core/Platform/InterfaceFile.h"
 #include "Core/Platform/Lock.h"
 #include "Core/Platform/Log.h"
 #include "Core/Platform/LoginItems.h"
@@ -12,6 +15,7 @@
 #include "Core/Platform/MobileDevice.h"
 #include "Core/Platform/NotificationCenter.h"
 #include "Core/Platform/Preferences.h"
+#include "Core/Platform/StatusBar.h"
 #include "Core/Platform/UserFileSystem.h"
 #include "Core/Platform/Workspace.h"
 
@@ -33,6 +37,11 @@ struct Platform {
     Locks& locks;
     Log& log;
     Imaging& images;
+    InterfaceFiles& interfaceFiles;
+    Application& application;
+    StatusBar& statusBar;
+    CrashReporter& crashReporter;
+    FileManager& fileManager;
 };
 
 }  // namespace quillbox

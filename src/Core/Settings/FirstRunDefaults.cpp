@@ -10,9 +10,14 @@ namespace quillbox {
 
 namespace {
 
-void writeFirstRunSettings(Preferences& preferences, LoginItems& loginItems, const Bundle& bundle,
-                           Log& log) {
-    preferences.setObject(setting_isAfterFirstRun, true);
+/// How a kept flag is stored: readers take either.
+enum class FlagType { Bool, Integer };
+
+void writeDefaultSettings(Preferences& preferences, LoginItems& loginItems, const Bundle& bundle,
+                          Log& log, FlagType lastFlags) {
+    const auto stored = [lastFlags](bool flag) {
+        return lastFlags == FlagType::Bool ? PropertyValue(flag) : PropertyValue(flag ? 1 : 0);
+    };
     preferences.setObject(setting_allowsAFC2Access, true);
     preferences.setObject(setting_changeNameOnCopyImages2DCIM, false);
     preferences.setObject(setting_showWelcomeScreenOnStart, true);
@@ -24,8 +29,8 @@ void writeFirstRunSettings(Preferences& preferences, LoginItems& loginItems, con
     preferences.setObject(setting_isOnlyShowFileSharingApp, isOnlyShowFileSharingApp_.load());
     preferences.setObject(setting_isLoadAppsIconBeforeStart, isLoadAppsIconBeforeStart_.load());
     preferences.setObject(setting_appMountPathIndex, appMountPathIndex_.load());
-    preferences.setObject(setting_isMountLastPoint, isMountLastPoint_.load());
-    preferences.setObject(setting_isUseCustomizeMountName, isUseCustomizeMountName_.load());
+    preferences.setObject(setting_isMountLastPoint, stored(isMountLastPoint_));
+    preferences.setObject(setting_isUseCustomizeMountName, stored(isUseCustomizeMountName_));
     preferences.setObject(setting_customizeMountName, "Quillbox");
     preferences.setObject(setting_mountDiskMode, 0);
 }
@@ -37,8 +42,15 @@ void setDefaultPrefsIfFirstRun(Preferences& preferences, LoginItems& loginItems,
     if (preferences.objectForKey(setting_isAfterFirstRun)) {
         loadCachedFlags(preferences);
     } else {
-        writeFirstRunSettings(preferences, loginItems, bundle, log);
+        preferences.setObject(setting_isAfterFirstRun, true);
+        writeDefaultSettings(preferences, loginItems, bundle, log, FlagType::Bool);
     }
+    preferences.synchronize();
+}
+
+void resetSettings(Preferences& preferences, LoginItems& loginItems, const Bundle& bundle,
+                   Log& log) {
+    writeDefaultSettings(preferences, loginItems, bundle, log, FlagType::Integer);
     preferences.synchronize();
 }
 

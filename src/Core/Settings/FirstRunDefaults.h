@@ -15,4 +15,10 @@ class Preferences;
 void setDefaultPrefsIfFirstRun(Preferences& preferences, LoginItems& loginItems,
                                const Bundle& bundle, Log& log);
 
+/// Gives every setting and every cached flag its first-run value, removes a login item and flushes
+/// the store. What else the store holds stays: the first-run mark, and what devices remember. The
+/// last two flags are stored as 1 and 0. Main thread.
+void resetSettings(Preferences& preferences, LoginItems& loginItems, const Bundle& bundle,
+                   Log& log);
+
 }  // namespace quillbox

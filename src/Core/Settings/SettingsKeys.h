@@ -28,6 +28,10 @@ inline constexpr std::string_view setting_lastMountPoint_appBundle = "lastMountP
 /// A file or folder that is removed at quit. Written by nobody; honoured where it is there.
 inline constexpr std::string_view kTempDirectoryKey = "tempDirectory";
 
+/// The address that Help opens in the place of the built-in one. Written by nobody; honoured where
+/// it is there.
+inline constexpr std::string_view kHelpAddressKey = "helpAddress";
+
 /// Whether a key of the store is a setting's: device records stand beside the settings, under names
 /// that devices choose.
 inline bool isSettingsKey(std::string_view key) {
@@ -44,7 +48,8 @@ inline bool isSettingsKey(std::string_view key) {
                                setting_customizeMountName,
                                setting_mountDiskMode,
                                setting_isMountLastPoint,
-                               kTempDirectoryKey};
+                               kTempDirectoryKey,
+                               kHelpAddressKey};
     return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end();
 }
 

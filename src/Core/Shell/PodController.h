@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Core/Platform/Menu.h"
+#include "Core/Windows/AboutThisDevice.h"
 
-#include <functional>
 #include <memory>
 
 namespace quillbox {
@@ -19,30 +19,46 @@ extern PodController* g_GlobalPodController;
 /// Main thread.
 class PodController {
 public:
-    /// Makes the status item that shows this menu; null where there is no tray.
-    using StatusItemMaker =
-        std::function<std::shared_ptr<StatusItem>(const std::shared_ptr<Menu>& menu)>;
-
-    /// `makeStatusItem` may be empty (no display).
-    explicit PodController(StatusItemMaker makeStatusItem = {});
+    PodController();
     PodController(const PodController&) = delete;
     PodController& operator=(const PodController&) = delete;
+    /// Takes the windows with it.
     ~PodController();
 
     const std::shared_ptr<Menu>& topMenu() const { return topMenu_; }
 
     /// Starts everything, once. When it returns the device listener is at work.
     void awakeFromNib();
+    /// Once, when the program runs and has been started: tells about earlier crashes.
+    void applicationDidFinishLaunching();
+
+    /// Closing a window never ends the program.
+    static bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
+
     /// Unmounts every device and removes the temporary file or folder that the store names. To be
     /// called at the end, after `NSApplicationWillTerminateNotification` was posted.
     void applicationWillTerminate();
+
+    // Actions of the top menu --------------------------------------------------------------------
+
+    void showPreferencesController(const void* sender);
+    void showAboutThisApp(const void* sender);
+    void showWelcomeScreen(const void* sender);
+    /// Opens the address that the store names, else the built-in one.
+    void openwHelp(const void* sender);
+    /// Asks for the end of the program.
+    void quitApp(const void* sender);
 
     static bool isStartupItem();
     static void setStartupItem(bool isStartup);
 
 private:
+    using Action = void (PodController::*)(const void* sender);
+
+    std::shared_ptr<Menu> makeTopMenu();
+
     NotificationCenter& notifications_;
-    StatusItemMaker makeStatusItem_;
+    SharedDeviceInformationWindow deviceInformationWindow_;
     std::shared_ptr<Menu> topMenu_;
     std::shared_ptr<StatusItem> statusItem_;
 };

@@ -15,8 +15,17 @@ public:
         log_.write(LogLevel::Info, "No file manager is available to show " + path + ".");
     }
 
+    void openURL(const std::string& address) override {
+        log_.write(LogLevel::Info, "No browser is available to show " + address + ".");
+    }
+
     void runAlert(const std::string& title, const std::string& message) override {
         log_.write(LogLevel::Warning, title.empty() ? message : title + ": " + message);
+    }
+
+    void offerToShow(const std::string& title, const std::string& message,
+                     const std::string& /*path*/) override {
+        runAlert(title, message);
     }
 
 private:

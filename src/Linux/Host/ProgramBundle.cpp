@@ -41,10 +41,29 @@ std::string unquoted(std::string_view value) {
     return plain;
 }
 
+/// A path as it stands in an address.
+std::string percentEncoded(const std::string& path) {
+    constexpr std::string_view kPlain = "/-._~";
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    std::string encoded;
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isWord =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        if (isWord || kPlain.find(c) != std::string_view::npos) {
+            encoded += c;
+        } else {
+            encoded.append({'%', kDigits[byte >> 4U], kDigits[byte & 0xFU]});
+        }
+    }
+    return encoded;
+}
+
 }  // namespace
 
-ProgramBundle::ProgramBundle()
-    : program_(runningProgram()),
+ProgramBundle::ProgramBundle(Information information)
+    : information_(std::move(information)),
+      program_(runningProgram()),
       resourceFolders_{std::filesystem::path(program_).parent_path().parent_path() /
                            "share/quillbox",
                        QUILLBOX_INSTALLED_RESOURCES},
@@ -69,6 +88,11 @@ std::optional<std::string> ProgramBundle::pathForResource(const std::string& nam
     return std::nullopt;
 }
 
+std::optional<std::string> ProgramBundle::objectForInfoDictionaryKey(std::string_view key) const {
+    const auto found = information_.find(key);
+    return found == information_.end() ? std::nullopt : std::optional(found->second);
+}
+
 std::string ProgramBundle::operatingSystemVersionString() const {
     for (const auto& file : releaseFiles_) {
         int error = 0;
@@ -86,6 +110,12 @@ std::string ProgramBundle::operatingSystemVersionString() const {
 
 std::string ProgramBundle::siblingProgram(const std::string& name) const {
     return std::filesystem::path(program_).parent_path() / name;
+}
+
+std::string ProgramBundle::documentAddress(const std::string& name) const {
+    const auto path =
+        std::filesystem::path(program_).parent_path().parent_path() / "share/doc/quillbox" / name;
+    return "file://" + percentEncoded(path.string());
 }
 
 }  // namespace quillbox::host

@@ -3,6 +3,8 @@
 
 #include "Core/Platform/Bundle.h"
 
+#include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,10 @@ namespace quillbox::host {
 /// installed, and laid out alike in a build folder), else where it was meant to be installed.
 class ProgramBundle final : public Bundle {
 public:
-    ProgramBundle();
+    /// Texts that the program was built with, by their keys.
+    using Information = std::map<std::string, std::string, std::less<>>;
+
+    explicit ProgramBundle(Information information = {});
     ProgramBundle(std::string program, std::vector<std::string> resourceFolders,
                   std::vector<std::string> releaseFiles);
 
@@ -20,12 +25,16 @@ public:
 
     std::optional<std::string> pathForResource(const std::string& name,
                                                const std::string& type) const override;
+    std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
     std::string operatingSystemVersionString() const override;
 
     /// A program that lies beside this one.
     std::string siblingProgram(const std::string& name) const;
+    /// The address of a file of the documentation that is installed with the program.
+    std::string documentAddress(const std::string& name) const;
 
 private:
+    Information information_;
     std::string program_;
     std::vector<std::string> resourceFolders_;
     std::vector<std::string> releaseFiles_;

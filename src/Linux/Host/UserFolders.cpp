@@ -52,6 +52,15 @@ std::string configurationFolder() {
     return folder.empty() ? homeFolder() + "/.config" : folder;
 }
 
+std::string stateFolder() {
+    auto folder = absoluteVariable("XDG_STATE_HOME");
+    return folder.empty() ? homeFolder() + "/.local/state" : folder;
+}
+
+std::string crashFolder() {
+    return stateFolder() + "/quillbox/crashes";
+}
+
 std::vector<std::string> systemConfigurationFolders() {
     const char* value = std::getenv("XDG_CONFIG_DIRS");
     std::istringstream list(value != nullptr && value[0] != '\0' ? value : "/etc/xdg");

@@ -13,6 +13,10 @@ namespace quillbox::host {
 std::string homeFolder();
 /// `$XDG_CONFIG_HOME`, else `~/.config`.
 std::string configurationFolder();
+/// `$XDG_STATE_HOME`, else `~/.local/state`.
+std::string stateFolder();
+/// Where reports of crashes are kept: `quillbox/crashes` in the state folder.
+std::string crashFolder();
 /// `$XDG_CONFIG_DIRS` in order, else `/etc/xdg`.
 std::vector<std::string> systemConfigurationFolders();
 /// `$TMPDIR`, else `/tmp`.

@@ -173,11 +173,21 @@ class FakeWorkspace final : public Workspace {
 public:
     void openFile(const std::string& path) override { opened.push_back(path); }
 
+    void openURL(const std::string& address) override { addresses.push_back(address); }
+
     void runAlert(const std::string& title, const std::string& message) override {
         alerts.emplace_back(title, message);
     }
 
+    void offerToShow(const std::string& title, const std::string& message,
+                     const std::string& path) override {
+        runAlert(title, message);
+        offered.push_back(path);
+    }
+
     std::vector<std::string> opened;
+    std::vector<std::string> offered;
+    std::vector<std::string> addresses;
     std::vector<std::pair<std::string, std::string>> alerts;
 };
 
@@ -191,8 +201,14 @@ public:
                            : std::nullopt;
     }
 
+    std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override {
+        const auto found = information.find(key);
+        return found == information.end() ? std::nullopt : std::optional(found->second);
+    }
+
     std::string operatingSystemVersionString() const override { return version; }
 
+    std::map<std::string, std::string, std::less<>> information{{"CFBundleVersion", "2.1"}};
     std::string version = "Debian GNU/Linux 12 (bookworm)";
     bool isInstalled = true;
 };
@@ -255,12 +271,5 @@ inline std::unique_ptr<NSLock> FakeLocks::makeLock(const void* subject) {
     subjects.push_back(subject);
     return std::make_unique<Lock>(*this);
 }
-
-class FakeStatusItem final : public StatusItem {
-public:
-    void setImage(const Image& image) override { images.push_back(image.resourceName); }
-
-    std::vector<std::string> images;
-};
 
 }  // namespace quillbox::fakes

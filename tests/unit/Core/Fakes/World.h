@@ -4,12 +4,15 @@
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/CachedFlags.h"
 #include "Core/Volumes/CommonData.h"
+#include "Core/Windows/WindowController.h"
 #include "FakeAFC.h"
+#include "FakeDesktop.h"
 #include "FakeHost.h"
 #include "FakeHostFiles.h"
 #include "FakeImaging.h"
 #include "FakeMobileDevice.h"
 #include "FakeVolumes.h"
+#include "FakeWindows.h"
 
 #include <gtest/gtest.h>
 
@@ -32,10 +35,16 @@ struct World {
     FakeBundle bundle;
     FakeCollation collation;
     FakeLocks locks{calls};
+    FakeInterfaceFiles interfaceFiles{calls};
+    FakeApplication application{calls};
+    FakeStatusBar statusBar{calls};
+    FakeCrashReporter crashReporter{calls};
+    FakeFileManager fileManager{calls};
     FakeLog log;
-    Platform platform{devices,    afc,       fileSystems, notifications, preferences,
-                      loginItems, workspace, files,       bundle,        collation,
-                      locks,      log,       images};
+    Platform platform{devices,    afc,           fileSystems, notifications,  preferences,
+                      loginItems, workspace,     files,       bundle,         collation,
+                      locks,      log,           images,      interfaceFiles, application,
+                      statusBar,  crashReporter, fileManager};
 
     /// A device "Blue Phone" with its serial number and identifier, Media only.
     am_device device{
@@ -63,6 +72,7 @@ protected:
     }
 
     ~CoreTest() override {
+        resetWindowControllers();
         CommonData::resetSharedInstance();
         clearCachedFlags();
         EXPECT_EQ(world.afc.violations(), Texts{});

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Core/Windows/WindowController.h"
+
+#include "Core/Volumes/CommonData.h"
+#include "Core/Windows/AboutThisApp.h"
+#include "Core/Windows/AboutThisDevice.h"
+#include "Core/Windows/PreferencesController.h"
+#include "Core/Windows/WelcomeController.h"
+
+namespace quillbox {
+
+WindowController::WindowController(std::string_view nibName)
+    : file_(platform().interfaceFiles.loadNibNamed(nibName)) {}
+
+const Platform& WindowController::platform() {
+    return CommonData::sharedInstance().platform();
+}
+
+void WindowController::present() const {
+    auto& application = platform().application;
+    application.arrangeInFront();
+    window().showWindow(nullptr);
+    application.activate(true);
+}
+
+void resetWindowControllers() {
+    AboutThisDevice::resetSharedInstance();
+    AboutThisApp::resetSharedInstance();
+    WelcomeController::resetSharedInstance();
+    PreferencesController::resetSharedInstance();
+}
+
+}  // namespace quillbox
