@@ -168,6 +168,7 @@ void DeviceHub::leave(const std::shared_ptr<Device>& device) {
         }
     }
     platform_->endWaits(device->record);
+    tellTrust(*device, DeviceTrustState::Gone);
     if (!device->announced) {
         return;
     }

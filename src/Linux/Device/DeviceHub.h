@@ -99,6 +99,7 @@ private:
     std::optional<Milliseconds> tryPairing(Arrival& arrival, FailureKind reason);
     std::optional<Milliseconds> tryService(Arrival& arrival);
     void setState(Arrival& arrival, DeviceTrustState state, const std::string& detail = {});
+    void tellTrust(Device& device, DeviceTrustState state);
     void announce(const std::shared_ptr<Device>& device);
     void deliverConnected(const std::shared_ptr<Device>& device);
     void judgeArrival(Arrival& arrival);

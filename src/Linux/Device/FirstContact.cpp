@@ -200,6 +200,10 @@ void DeviceHub::setState(Arrival& arrival, DeviceTrustState state, const std::st
     } else {
         platform_->warning(line);
     }
+    tellTrust(device, state);
+}
+
+void DeviceHub::tellTrust(Device& device, DeviceTrustState state) {
     std::shared_ptr<const TrustObserver> observer;
     {
         const std::lock_guard lock{mutex_};

@@ -23,6 +23,8 @@ std::string_view describe(DeviceTrustState state) {
         return "it is attached and does not answer: it is tried again";
     case DeviceTrustState::Refused:
         return "it refused to be paired: unplug, plug in again and tap Trust";
+    case DeviceTrustState::Gone:
+        return "it is not attached any more";
     }
     return "its state is unknown";
 }

@@ -15,7 +15,8 @@ enum class DeviceTrustState {
     TrustReset,             ///< it does not know this computer's pairing record any more
     NotUnlockedSinceStart,  ///< trusted, but its services wait for the first unlock
     Silent,                 ///< it does not answer
-    Refused                 ///< pairing failed for another reason
+    Refused,                ///< pairing failed for another reason
+    Gone                    ///< it is not attached any more
 };
 
 /// The state in words for a person, with what helps: one plain sentence without a full stop.
