@@ -33,7 +33,7 @@ def measure(latency_ms):
         simulator = Simulator(folder, "--devices", "1", "--no-afc2")
         quillbox = Quillbox(folder, simulator.environment)
         try:
-            volume, media = quillbox.wait_mounted("Blue Phone"), simulator.media()
+            volume, media = quillbox.wait_mounted("Blue Phone (Media)"), simulator.media()
             simulator.ctl("latency", latency_ms)
             source = os.path.join(folder, "source")
             with open(source, "wb") as file:

@@ -54,10 +54,10 @@ class MultiplexerAddress(DeviceTest):
         self.addCleanup(bridge.close)
         simulator.environment["USBMUXD_SOCKET_ADDRESS"] = address.format(bridge.port)
         quillbox = self.start_quillbox(simulator)
-        volume = quillbox.wait_mounted("Blue Phone")
+        volume = quillbox.wait_mounted("Blue Phone (Media)")
         self.assertIn("DCIM", os.listdir(volume))
         simulator.ctl("detach", simulator.udids[0])
-        quillbox.wait_gone("Blue Phone", 10)
+        quillbox.wait_gone("Blue Phone (Media)", 10)
 
     def test_a_tcp_address_leads_to_the_devices(self):
         self.mounts_at("127.0.0.1:{}")

@@ -58,7 +58,7 @@ class SeveralDevices(DeviceTest):
 
     def test_equal_names_get_folders_of_their_own(self):
         names = self.check_independent(3, "--same-name")
-        self.assertEqual(names, ["Blue Phone", "Blue Phone 2", "Blue Phone 3"])
+        self.assertEqual(names, ["Blue Phone (Media)", "Blue Phone (Media) 2", "Blue Phone (Media) 3"])
 
     def test_devices_of_every_age_are_mounted(self):
         for options in (("--version", "3.1.3"), ("--version", "6.1.6"), ("--version", "7.0"),
@@ -66,20 +66,20 @@ class SeveralDevices(DeviceTest):
             with self.subTest(options=options):
                 simulator = self.start_simulator(*self.DEVICES, *options)
                 quillbox = self.start_quillbox(simulator)
-                self.assertIn("DCIM", os.listdir(quillbox.wait_mounted("Blue Phone")))
+                self.assertIn("DCIM", os.listdir(quillbox.wait_mounted("Blue Phone (Media)")))
                 self.assertEqual(quillbox.terminate(), 0)
                 simulator.end()
 
     def test_a_folder_that_is_already_there_is_not_used(self):
         self.simulator = self.start_simulator("--devices", "1", "--no-afc2")
         volumes = os.path.join(self.folder, "Volumes")
-        os.makedirs(os.path.join(volumes, "Blue Phone"))
-        open(os.path.join(volumes, "Blue Phone", "mine"), "w").close()
+        os.makedirs(os.path.join(volumes, "Blue Phone (Media)"))
+        open(os.path.join(volumes, "Blue Phone (Media)", "mine"), "w").close()
         self.quillbox = self.start_quillbox(self.simulator)
-        self.quillbox.wait_mounted("Blue Phone 2")
+        self.quillbox.wait_mounted("Blue Phone (Media) 2")
         self.assertEqual(self.quillbox.terminate(), 0)
-        self.assertEqual(os.listdir(volumes), ["Blue Phone"])
-        self.assertEqual(os.listdir(os.path.join(volumes, "Blue Phone")), ["mine"])
+        self.assertEqual(os.listdir(volumes), ["Blue Phone (Media)"])
+        self.assertEqual(os.listdir(os.path.join(volumes, "Blue Phone (Media)")), ["mine"])
 
     def test_a_hostile_device_name_stays_inside_the_volumes_folder(self):
         for name in ("../../etc", "..", ".", "a/b", "x,allow_other", "new\nline", " ", "ü" * 200):
@@ -101,8 +101,8 @@ class Ends(DeviceTest):
         with self.assertRaises(OSError):
             os.listdir(self.volume)
         again = self.start_quillbox(self.simulator)
-        again.wait_mounted("Blue Phone")
-        self.assertEqual(os.listdir(again.volumes), ["Blue Phone"])
+        again.wait_mounted("Blue Phone (Media)")
+        self.assertEqual(os.listdir(again.volumes), ["Blue Phone (Media)"])
         self.assertIn("DCIM", os.listdir(self.volume))
         self.assertEqual(again.terminate(), 0)
         self.assertEqual(os.listdir(again.volumes), [])
@@ -114,8 +114,8 @@ class Ends(DeviceTest):
         self.addCleanup(close_anyway, handle)
         self.quillbox.kill()
         again = self.start_quillbox(self.simulator)
-        again.wait_mounted("Blue Phone")
-        self.assertEqual(os.listdir(again.volumes), ["Blue Phone"])
+        again.wait_mounted("Blue Phone (Media)")
+        self.assertEqual(os.listdir(again.volumes), ["Blue Phone (Media)"])
 
     def test_both_signals_end_it_with_every_volume_unmounted(self):
         for number in (signal.SIGTERM, signal.SIGINT):
@@ -134,7 +134,7 @@ class Ends(DeviceTest):
         self.assertIsNone(self.quillbox.process.poll())
         self.simulator.ctl("detach", self.simulator.udids[0])
         self.simulator.ctl("attach", self.simulator.udids[0])
-        self.quillbox.wait_mounted("Blue Phone")
+        self.quillbox.wait_mounted("Blue Phone (Media)")
 
     def test_a_running_instance_is_not_disturbed_by_a_second(self):
         self.start()

@@ -106,7 +106,7 @@ class ReadingTools(DeviceTest):
         with open(os.path.join(self.volume, ".xdg-volume-info")) as file:
             text = file.read()
         self.assertIn("[Volume Info]", text)
-        self.assertIn("Name=Blue Phone", text)
+        self.assertIn("Name=Blue Phone (Media)\n", text)
         self.assertNotIn(".xdg-volume-info", os.listdir(self.volume))
         self.assertFalse(os.path.exists(os.path.join(self.media, ".xdg-volume-info")))
 

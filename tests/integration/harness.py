@@ -245,7 +245,7 @@ class DeviceTest(unittest.TestCase):
         self.running.append(quillbox)
         return quillbox
 
-    def start(self, *simulator_options, name="Blue Phone"):
+    def start(self, *simulator_options, name="Blue Phone (Media)"):
         """The usual scene: one device, mounted. Sets simulator, quillbox, volume and media."""
         self.simulator = self.start_simulator(*simulator_options)
         self.quillbox = self.start_quillbox(self.simulator)

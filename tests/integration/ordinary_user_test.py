@@ -94,7 +94,7 @@ class OrdinaryUser(DeviceTest):
         quillbox = self.start_as_user()
         volume = self.wait_volume(quillbox)
         self.simulator.ctl("detach", self.simulator.udids[0])
-        quillbox.wait_gone("Blue Phone", 2 * PATIENCE)
+        quillbox.wait_gone("Blue Phone (Media)", 2 * PATIENCE)
         self.simulator.ctl("attach", self.simulator.udids[0])
         self.assertEqual(self.wait_volume(quillbox), volume)
 
@@ -119,14 +119,14 @@ class OrdinaryUser(DeviceTest):
         quillbox.kill()
         again = self.start_as_user()
         volume = self.wait_volume(again)
-        wait_for(lambda: os.listdir(again.volumes) == ["Blue Phone"], 10 * PATIENCE, "one volume")
+        wait_for(lambda: os.listdir(again.volumes) == ["Blue Phone (Media)"], 10 * PATIENCE, "one volume")
         self.run_as_user("ls", volume)
         self.assertEqual(again.terminate(), 0)
         self.assertEqual(os.listdir(again.volumes), [])
 
     def wait_volume(self, quillbox):
         """The tests' own user may not look into the volume, so another process of the user does."""
-        volume = quillbox.volume("Blue Phone")
+        volume = quillbox.volume("Blue Phone (Media)")
         wait_for(lambda: is_mounted(volume) and
                  self.run_as_user("test", "-d", os.path.join(volume, "DCIM"), check=False).returncode == 0,
                  10 * PATIENCE, "the volume is mounted and answers")

@@ -32,7 +32,7 @@ class Trust(DeviceTest):
         self.quillbox.wait_log("unlock the device and tap Trust")
         self.check_not_mounted()
         self.simulator.ctl("trust", self.udid)
-        self.quillbox.wait_mounted("Blue Phone", 8)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 8)
 
     def test_a_device_that_is_locked_and_was_never_paired(self):
         self.simulator.ctl("distrust", self.udid, "--forget-record")
@@ -42,7 +42,7 @@ class Trust(DeviceTest):
         self.check_not_mounted()
         self.simulator.ctl("unlock", self.udid)
         self.simulator.ctl("trust", self.udid)
-        self.quillbox.wait_mounted("Blue Phone", 12)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 12)
 
     def test_a_device_whose_user_said_no(self):
         self.simulator.ctl("distrust", self.udid, "--forget-record")
@@ -55,7 +55,7 @@ class Trust(DeviceTest):
         self.simulator.ctl("detach", self.udid)
         self.simulator.ctl("trust", self.udid)
         self.simulator.ctl("attach", self.udid)
-        self.quillbox.wait_mounted("Blue Phone", 8)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 8)
 
     def test_a_device_whose_trust_was_reset(self):
         self.simulator.ctl("distrust", self.udid)
@@ -69,7 +69,7 @@ class Trust(DeviceTest):
         self.quillbox.wait_log("unlock the device once after its restart")
         self.check_not_mounted()
         self.simulator.ctl("unlock", self.udid)
-        self.quillbox.wait_mounted("Blue Phone", 12)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 12)
 
 
 class WithoutTls(Trust):
@@ -77,7 +77,7 @@ class WithoutTls(Trust):
 
     def test_it_is_mounted_as_soon_as_it_arrives(self):
         self.arrive()
-        self.quillbox.wait_mounted("Blue Phone", 2)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 2)
 
 
 class Multiplexer(DeviceTest):
@@ -91,7 +91,7 @@ class Multiplexer(DeviceTest):
         self.quillbox = self.start_quillbox(self.simulator)
         self.quillbox.wait_log("Quillbox")
         self.simulator.ctl("attach", self.udid)
-        volume = self.quillbox.volume("Blue Phone")
+        volume = self.quillbox.volume("Blue Phone (Media)")
         wait_for(lambda: is_mounted(volume), 1.0 * PATIENCE, "mounted within a second")
 
     def test_started_before_the_multiplexer(self):
@@ -99,17 +99,17 @@ class Multiplexer(DeviceTest):
         self.quillbox = self.start_quillbox(self.simulator)
         self.quillbox.wait_log("not running")
         self.simulator.ctl("mux", "start")
-        self.quillbox.wait_mounted("Blue Phone", 5)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 5)
 
     def test_the_multiplexer_goes_away_and_comes_back(self):
         self.quillbox = self.start_quillbox(self.simulator)
-        volume = self.quillbox.wait_mounted("Blue Phone")
+        volume = self.quillbox.wait_mounted("Blue Phone (Media)")
         for _ in range(3):
             self.simulator.ctl("mux", "stop")
             self.quillbox.wait_log("not running")
             self.simulator.ctl("mux", "start")
             wait_for(lambda: self.answers(volume), 6 * PATIENCE, "the volume answers again")
-        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone"])
+        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone (Media)"])
 
     def answers(self, volume):
         try:
@@ -122,7 +122,7 @@ class Multiplexer(DeviceTest):
         self.quillbox = self.start_quillbox(self.simulator)
         self.quillbox.wait_log("does not answer", 12)
         self.simulator.ctl("mux", "unhang")
-        self.quillbox.wait_mounted("Blue Phone", 12)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 12)
 
     def test_the_program_ends_while_the_multiplexer_hangs(self):
         self.simulator.ctl("mux", "hang")
@@ -132,10 +132,10 @@ class Multiplexer(DeviceTest):
 
     def test_a_device_by_cable_and_by_network_is_one_device(self):
         self.quillbox = self.start_quillbox(self.simulator)
-        volume = self.quillbox.wait_mounted("Blue Phone")
+        volume = self.quillbox.wait_mounted("Blue Phone (Media)")
         self.simulator.ctl("attach", self.udid, "--network")
         self.simulator.ctl("trust", self.udid, "--twice")
-        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone"])
+        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone (Media)"])
         self.assertIn("DCIM", os.listdir(volume))
 
 

@@ -36,7 +36,7 @@ class Unplugged(DeviceTest):
         pulled = time.monotonic()
         out, err = process.communicate(timeout=20)
         delay = time.monotonic() - pulled
-        self.quillbox.wait_gone("Blue Phone", max(0.1, 2.0 - (time.monotonic() - pulled)))
+        self.quillbox.wait_gone("Blue Phone (Media)", max(0.1, 2.0 - (time.monotonic() - pulled)))
         return process.returncode, out, err, delay
 
     def check_ended_with_an_io_error(self, outcome):
@@ -48,7 +48,7 @@ class Unplugged(DeviceTest):
 
     def check_comes_back(self):
         self.simulator.ctl("attach", self.udid)
-        self.quillbox.wait_mounted("Blue Phone", 2)
+        self.quillbox.wait_mounted("Blue Phone (Media)", 2)
         self.assertEqual(sorted(os.listdir(os.path.join(self.volume, "filled"))),
                          sorted(os.listdir(self.filled)))
 
@@ -98,7 +98,7 @@ class Unplugged(DeviceTest):
         path = os.path.join(self.volume, "filled", "0", "1.bin")
         handle = os.open(path, os.O_RDONLY)
         self.simulator.ctl("detach", self.udid)
-        self.quillbox.wait_gone("Blue Phone")
+        self.quillbox.wait_gone("Blue Phone (Media)")
         with self.assertRaises(OSError) as caught:
             os.read(handle, 10)
         self.assertEqual(caught.exception.errno, errno.EIO)
@@ -114,15 +114,15 @@ class Unplugged(DeviceTest):
     def test_twenty_times_in_a_row(self):
         for _ in range(20):
             self.simulator.ctl("detach", self.udid)
-            self.quillbox.wait_gone("Blue Phone")
+            self.quillbox.wait_gone("Blue Phone (Media)")
             self.simulator.ctl("attach", self.udid)
-            self.quillbox.wait_mounted("Blue Phone", 2)
+            self.quillbox.wait_mounted("Blue Phone (Media)", 2)
 
     def test_plugged_in_again_at_once_it_gets_its_own_name_again(self):
         self.simulator.ctl("detach", self.udid)
         self.simulator.ctl("attach", self.udid)
         wait_for(lambda: self.answers(), 3 * PATIENCE, "the volume answers again")
-        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone"])
+        self.assertEqual(os.listdir(self.quillbox.volumes), ["Blue Phone (Media)"])
 
     def answers(self):
         try:

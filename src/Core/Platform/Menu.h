@@ -20,8 +20,9 @@ class Menu;
 enum class MenuItemChange : std::uint8_t { Title, Image, State, Enabled, Submenu };
 
 /// One item of a menu as the core sees it; drawing it is the desktop's matter. An item stands in
-/// one menu at most, and tells that menu's observers of every change. Main thread only.
-class MenuItem {
+/// one menu at most, and tells that menu's observers of every change. Held by shared pointers.
+/// Main thread only.
+class MenuItem : public std::enable_shared_from_this<MenuItem> {
 public:
     using Action = std::function<void(MenuItem&)>;
 
@@ -70,6 +71,12 @@ public:
 
     void setEnabled(bool isEnabled);
 
+    /// Whether its action only asks for the end of the program: a view performs it at once, within a
+    /// long wait too, which it ends.
+    bool endsProgram() const { return endsProgram_; }
+
+    void setEndsProgram(bool endsProgram) { endsProgram_ = endsProgram; }
+
     bool isSeparator() const { return isSeparator_; }
 
     const std::shared_ptr<Menu>& submenu() const { return submenu_; }
@@ -92,6 +99,7 @@ private:
     std::optional<Image> image_;
     bool state_ = false;
     bool isEnabled_ = true;
+    bool endsProgram_ = false;
     bool isSeparator_ = false;
     std::shared_ptr<Menu> submenu_;
     Menu* menu_ = nullptr;

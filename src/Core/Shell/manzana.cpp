@@ -67,7 +67,7 @@ std::shared_ptr<PodPhone> manzana::podPhoneForDeviceID(AMDeviceRef device) {
             continue;
         }
         auto session = each->iPhoneInterface();
-        if (session->myDevice() == device) {
+        if (session && session->myDevice() == device) {
             return session;
         }
     }

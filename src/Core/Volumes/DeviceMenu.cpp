@@ -15,6 +15,13 @@ MenuItem::Action iPodDevice::action(void (*work)(iPodDevice&, MenuItem&)) {
     };
 }
 
+std::shared_ptr<MenuItem> iPodDevice::makeItem(std::string title,
+                                               void (*work)(iPodDevice&, MenuItem&)) {
+    auto item = std::make_shared<MenuItem>(std::move(title), action(work));
+    item->setTarget(this);
+    return item;
+}
+
 void iPodDevice::addMenuForDevice() {
     const auto& topMenu = CommonData::sharedInstance().topMenu();
     if (topMenu) {
@@ -22,26 +29,21 @@ void iPodDevice::addMenuForDevice() {
     }
     logLine(platform_.log, LogLevel::Info, "addMenuForDevice");
     const std::string name = deviceName();
-    const auto make = [this](const char* title, void (*work)(iPodDevice&, MenuItem&)) {
-        auto item = std::make_shared<MenuItem>(title, action(work));
-        item->setTarget(this);
-        return item;
-    };
     const auto reveal = [](iPodDevice& device, MenuItem&) { device.revealInFinder(); };
 
     mi_deviceMenu_ = std::make_shared<MenuItem>(name);
-    submi_revealInFinder_ = make("Reveal In Finder", reveal);
+    submi_revealInFinder_ = makeItem("Reveal In Finder", reveal);
     submi_connectionRoot_ = std::make_shared<MenuItem>("Change Connection Root");
     submi_startMount_ =
-        make("Mount Device", [](iPodDevice& device, MenuItem&) { device.mountDevice(); });
+        makeItem("Mount Device", [](iPodDevice& device, MenuItem&) { device.mountDevice(); });
     submi_stopMount_ =
-        make("Unmount Device", [](iPodDevice& device, MenuItem&) { device.stopMount(); });
-    submi_aboutThisDevice_ = make("Device Info", [](iPodDevice& device, MenuItem& sender) {
+        makeItem("Unmount Device", [](iPodDevice& device, MenuItem&) { device.stopMount(); });
+    submi_aboutThisDevice_ = makeItem("Device Info", [](iPodDevice& device, MenuItem& sender) {
         device.showAboutThisDevice(sender);
     });
     const auto heading = std::make_shared<MenuItem>("Current Connection Root:");
     heading->setEnabled(false);
-    submi_selectMenuItem_ = make("", reveal);
+    submi_selectMenuItem_ = makeItem("", reveal);
     submi_selectMenuItem_->setState(true);
 
     const auto submenu = std::make_shared<Menu>(name);
@@ -52,6 +54,7 @@ void iPodDevice::addMenuForDevice() {
     }
     submenu->setAutoenablesItems(false);
     mi_deviceMenu_->setSubmenu(submenu);
+    updateChangeConnectionRootMenuItem();
     if (topMenu) {
         topMenu->insertItem(mi_deviceMenu_, kDeviceMenuIndex);
     }

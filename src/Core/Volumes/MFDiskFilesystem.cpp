@@ -6,8 +6,10 @@
 
 namespace quillbox {
 
+// One that was never opened answers every question as a lost connection does.
 std::shared_ptr<PodPhone> MFDiskFilesystem::session() const {
-    return currentDevice_.iPhoneInterface();
+    auto session = currentDevice_.iPhoneInterface();
+    return session ? session : std::make_shared<PodPhone>(currentDevice_.platform());
 }
 
 void MFDiskFilesystem::willMount() {}

@@ -106,7 +106,9 @@ void iPodDevice::didMount(const Notification& /*notification*/) {
         revealInFinder();
     }
     try {
-        iPhoneInterface_->saveConnectionPoint();
+        if (const auto session = iPhoneInterface()) {
+            session->saveConnectionPoint();
+        }
     } catch (const std::out_of_range&) {
         logLine(log, LogLevel::Warning,
                 "The connection root is not saved: the application list does not hold it.");

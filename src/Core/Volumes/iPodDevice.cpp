@@ -13,8 +13,17 @@ namespace {
 
 constexpr const char* kNotAvailable = "Not available";
 
-std::optional<std::string> textOf(const std::optional<PropertyValue>& value) {
-    return value && value->string() != nullptr ? std::optional(*value->string()) : std::nullopt;
+/// A value that a session tells as text; none without a session.
+std::optional<std::string> textOf(const std::shared_ptr<PodPhone>& session,
+                                  std::optional<PropertyValue> (PodPhone::*value)()) {
+    const auto told = session ? ((*session).*value)() : std::nullopt;
+    return told && told->string() != nullptr ? std::optional(*told->string()) : std::nullopt;
+}
+
+/// A figure that a session tells; 0 without a session.
+std::int64_t figureOf(const std::shared_ptr<PodPhone>& session,
+                      std::uint64_t (PodPhone::*figure)()) {
+    return session ? static_cast<std::int64_t>(((*session).*figure)()) : 0;
 }
 
 }  // namespace
@@ -35,6 +44,16 @@ iPodDevice::iPodDevice(Key /*key*/, std::shared_ptr<PodPhone> iPhone)
 }
 
 iPodDevice::~iPodDevice() = default;
+
+std::shared_ptr<PodPhone> iPodDevice::iPhoneInterface() const {
+    const std::lock_guard guard(interfaceMutex_);
+    return iPhoneInterface_;
+}
+
+void iPodDevice::setIPhoneInterface(std::shared_ptr<PodPhone> iPhone) {
+    const std::lock_guard guard(interfaceMutex_);
+    iPhoneInterface_.swap(iPhone);  // the old session ends behind the lock
+}
 
 void iPodDevice::enterCollection() {
     if (const auto& devices = CommonData::sharedInstance().md_connectedDevices()) {
@@ -98,7 +117,7 @@ void iPodDevice::leave() {
 
 std::string iPodDevice::deviceName() {
     if (!deviceName_ && isIPhone_) {
-        deviceName_ = textOf(iPhoneInterface_->deviceName());
+        deviceName_ = textOf(iPhoneInterface(), &PodPhone::deviceName);
     }
     if (!deviceName_) {
         deviceName_ = kNotAvailable;
@@ -107,8 +126,8 @@ std::string iPodDevice::deviceName() {
 }
 
 std::string iPodDevice::serialNumber() {
-    if (!deviceSerialNumber_ && isIPhone_) {
-        deviceSerialNumber_ = iPhoneInterface_->serialNumber();
+    if (const auto session = iPhoneInterface(); session && !deviceSerialNumber_ && isIPhone_) {
+        deviceSerialNumber_ = session->serialNumber();
     }
     if (!deviceSerialNumber_) {
         deviceSerialNumber_ = kNotAvailable;
@@ -118,35 +137,35 @@ std::string iPodDevice::serialNumber() {
 
 std::optional<std::string> iPodDevice::firmwareVersion() {
     if (!deviceFirmwareVersion_) {
-        deviceFirmwareVersion_ = textOf(iPhoneInterface_->firmwareVersion());
+        deviceFirmwareVersion_ = textOf(iPhoneInterface(), &PodPhone::firmwareVersion);
     }
     return deviceFirmwareVersion_;
 }
 
 std::optional<std::string> iPodDevice::productType() {
     if (!productType_) {
-        productType_ = textOf(iPhoneInterface_->productType());
+        productType_ = textOf(iPhoneInterface(), &PodPhone::productType);
     }
     return productType_;
 }
 
 std::optional<std::string> iPodDevice::deviceClass() {
     if (!deviceClass_) {
-        deviceClass_ = textOf(iPhoneInterface_->deviceClass());
+        deviceClass_ = textOf(iPhoneInterface(), &PodPhone::deviceClass);
     }
     return deviceClass_;
 }
 
 std::int64_t iPodDevice::capacity() {
     if (deviceTotalCapacity_ == 0 && isIPhone_) {
-        deviceTotalCapacity_ = static_cast<std::int64_t>(iPhoneInterface_->getDeviceCapacity());
+        deviceTotalCapacity_ = figureOf(iPhoneInterface(), &PodPhone::getDeviceCapacity);
     }
     return deviceTotalCapacity_;
 }
 
 std::int64_t iPodDevice::availableDiskSpace() {
     if (deviceFreeCapacity_ == 0 && isIPhone_) {
-        deviceFreeCapacity_ = static_cast<std::int64_t>(iPhoneInterface_->getDeviceFreeSpace());
+        deviceFreeCapacity_ = figureOf(iPhoneInterface(), &PodPhone::getDeviceFreeSpace);
     }
     return deviceFreeCapacity_;
 }

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,6 +38,8 @@ public:
     iPodDevice& operator=(const iPodDevice&) = delete;
     ~iPodDevice();
 
+    const Platform& platform() const { return platform_; }
+
     // The collection -----------------------------------------------------------------------------
 
     /// Ends the volume and the menu entry of the device with this serial number and takes it out of
@@ -61,21 +64,39 @@ public:
     // Naming -------------------------------------------------------------------------------------
 
     /// Chooses the name of the next volume: the custom name where one is wanted, else the device's
-    /// own, with a number behind it when the name is taken in the volumes folder.
+    /// own with the selected root behind it, and a number when the name is taken in the volumes
+    /// folder. For an application that the catalogue does not hold it is the device's bare name,
+    /// taken or not, and `currentMountDiskName` stays empty.
     std::string mountDiskName();
     /// The first of PATH, "PATH 2", "PATH 3", ... that does not exist. It makes nothing.
     std::string createNewFolder(const std::string& path) const;
-    /// The icon of the next volume: the program's own; none when that is not installed.
+    /// The file of the next volume's icon. For an application root it is made of the picture in the
+    /// area that the session serves at this moment, in one file of the temporary directory that all
+    /// devices share; otherwise, and at every failure, it is the program's own. None when that is
+    /// not installed. Waits for the device.
     std::optional<std::string> mountDiskIconPath() const;
     /// Whether the option "local" is wanted: everywhere but on a system whose version text holds
     /// "10.4".
     bool needsLocalOption() const;
+    /// Makes a folder on the device, or on this computer, with its missing parents, while there is
+    /// no session.
+    bool createDirectoryAtPath(const std::string& path) const;
 
     // Menu ---------------------------------------------------------------------------------------
 
     /// Builds the device's item with its submenu and puts it into the top menu, first among the
     /// devices, in the place of the placeholder item.
     void addMenuForDevice();
+    /// Builds the submenu of connection roots anew and selects the one that the session remembers.
+    /// With pictures to be loaded first it waits for the device, once for each application.
+    void updateChangeConnectionRootMenuItem();
+    /// Switches the session to the root of an item of that submenu and mounts anew, to be shown
+    /// once it is there. A root that cannot be opened leaves selection and volume as they were, but
+    /// no connection works until another root is chosen. Waits for the device.
+    void changeConnectionRoot(MenuItem& item);
+    /// The picture of an application's item, read from whatever area the session serves at this
+    /// moment; none for other roots and where there is no picture. Waits for the device.
+    std::optional<Image> getAppMenuItemIcon(const MenuItem& item) const;
     /// Shows the volume in the file manager, if it is mounted.
     void revealInFinder() const;
     void showAboutThisDevice(MenuItem& sender);
@@ -93,8 +114,9 @@ public:
 
     // Fields -------------------------------------------------------------------------------------
 
-    /// Any thread.
-    std::shared_ptr<PodPhone> iPhoneInterface() const { return iPhoneInterface_; }
+    /// Null only after it was set so. Any thread.
+    std::shared_ptr<PodPhone> iPhoneInterface() const;
+    void setIPhoneInterface(std::shared_ptr<PodPhone> iPhone);
 
     bool isIPhone() const { return isIPhone_; }
 
@@ -118,7 +140,11 @@ public:
 
     const std::string& myMountPath() const { return myMountPath_; }
 
+    void setMyMountPath(std::string path) { myMountPath_ = std::move(path); }
+
     const std::vector<std::string>& myOption() const { return myOption_; }
+
+    void setMyOption(std::vector<std::string> options) { myOption_ = std::move(options); }
 
     const std::optional<std::string>& currentMountDiskName() const { return currentMountDiskName_; }
 
@@ -129,6 +155,8 @@ public:
     GMUserFileSystem* gmUserFileSys() const { return gmUserFileSys_.get(); }
 
     const std::shared_ptr<MenuItem>& mi_deviceMenu() const { return mi_deviceMenu_; }
+
+    void setMi_deviceMenu(std::shared_ptr<MenuItem> item) { mi_deviceMenu_ = std::move(item); }
 
     const std::shared_ptr<MenuItem>& submi_startMount() const { return submi_startMount_; }
 
@@ -144,6 +172,13 @@ public:
         return submi_aboutThisDevice_;
     }
 
+    /// The item of the selected root; its tag names the root. Null while none is selected.
+    const std::shared_ptr<MenuItem>& last_selectMenuItem() const { return last_selectMenuItem_; }
+
+    void setLast_selectMenuItem(std::shared_ptr<MenuItem> item) {
+        last_selectMenuItem_ = std::move(item);
+    }
+
 private:
     void enterCollection();
     void fillCaches();
@@ -155,9 +190,19 @@ private:
     /// Gives up what only the main thread may end; from now on the menu items do nothing.
     void leave();
     MenuItem::Action action(void (*work)(iPodDevice&, MenuItem&));
+    std::shared_ptr<MenuItem> makeItem(std::string title, void (*work)(iPodDevice&, MenuItem&));
+
+    /// The tag of the selected root, `kRootTagNone` for none.
+    std::int32_t selectedRootTag() const;
+    std::optional<std::string> rootName(const std::string& deviceName, std::int32_t tag) const;
+    std::shared_ptr<MenuItem> makeRootItem(std::string title, std::int32_t tag, Image image);
+    void addApplicationItems(Menu& menu, PodPhone& session);
+    void addFixedRootItems(Menu& menu, const PodPhone& session);
+    void selectRemembered(const std::shared_ptr<MenuItem>& item);
 
     const Platform& platform_;
-    const std::shared_ptr<PodPhone> iPhoneInterface_;
+    mutable std::mutex interfaceMutex_;  ///< guards `iPhoneInterface_`
+    std::shared_ptr<PodPhone> iPhoneInterface_;
     bool isIPhone_ = true;
     bool isSQLiteType_ = false;
     std::atomic<bool> willUnmount_{false};
@@ -188,6 +233,7 @@ private:
     std::shared_ptr<MenuItem> submi_connectionRoot_;
     std::shared_ptr<MenuItem> submi_selectMenuItem_;
     std::shared_ptr<MenuItem> submi_aboutThisDevice_;
+    std::shared_ptr<MenuItem> last_selectMenuItem_;
 };
 
 }  // namespace quillbox

@@ -30,9 +30,11 @@ TEST_F(ListenerTest, AnArrivalOpensTheSessionAndAsksForTheMount) {
     ASSERT_EQ(devices().size(), 1U);
     const auto& device = devices().at("SERIAL1");
     EXPECT_EQ(device->iPhoneInterface()->myDevice(), &world.device);
-    EXPECT_EQ(world.fileSystems.last().path, "/Volumes/Blue Phone");
+    EXPECT_EQ(world.fileSystems.last().path, "/Volumes/Blue Phone (Media)");
     EXPECT_EQ(titles(), (Texts{"one", "two", "three", "Blue Phone"}));
-    EXPECT_EQ(world.log.take(), (Texts{"iPhone recognized.", "addMenuForDevice", "startMount"}));
+    EXPECT_EQ(world.log.take(),
+              (Texts{"iPhone recognized.", "addMenuForDevice", "updateChangeConnectionRootMenuItem",
+                     "kConnectionRoot_Media", "startMount"}));
 }
 
 TEST_F(ListenerTest, TheRootServiceIsTriedOnlyWhereTheSettingAllowsIt) {
@@ -155,7 +157,7 @@ TEST_F(ListenerTest, DevicesWithOneNameGetVolumesOfTheirOwn) {
     world.files.paths.insert(world.fileSystems.last().path);  // the library makes the folder
     second.values.insert_or_assign("DeviceName", "Blue Phone");
     connect(second);
-    EXPECT_EQ(world.fileSystems.last().path, "/Volumes/Blue Phone 2");
+    EXPECT_EQ(world.fileSystems.last().path, "/Volumes/Blue Phone (Media) 2");
 }
 
 }  // namespace

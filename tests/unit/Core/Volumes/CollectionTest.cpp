@@ -168,7 +168,7 @@ TEST_F(CollectionTest, RevealingAllShowsTheMountedOnes) {
     attachAndMount(world.device);
     attach(second);
     common().revealInFinder();
-    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone"}));
+    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone (Media)"}));
 }
 
 TEST_F(CollectionTest, DisconnectingAllUnmountsAndKeepsTheEntries) {

@@ -33,14 +33,14 @@ protected:
         isShowAppIconWhenMounted_ = true;
     }
 
-    std::shared_ptr<PodPhone> session(am_device& device) {
+    std::shared_ptr<PodPhone> session(am_device& device, bool allowsRoot = false) {
         auto phone = std::make_shared<PodPhone>(world.platform);
-        EXPECT_TRUE(phone->initializePodPhone(&device, false));
+        EXPECT_TRUE(phone->initializePodPhone(&device, allowsRoot));
         return phone;
     }
 
-    std::shared_ptr<iPodDevice> attach(am_device& device) {
-        return iPodDevice::initWithIPhone(session(device));
+    std::shared_ptr<iPodDevice> attach(am_device& device, bool allowsRoot = false) {
+        return iPodDevice::initWithIPhone(session(device, allowsRoot));
     }
 
     std::shared_ptr<iPodDevice> attachAndMount(am_device& device) {
@@ -56,6 +56,32 @@ protected:
             all.push_back(item->title());
         }
         return all;
+    }
+
+    /// The submenu of a device's connection roots: "title tag", with a "*" where the mark is.
+    static Texts roots(const iPodDevice& device) {
+        Texts all;
+        for (const auto& item : device.submi_connectionRoot()->submenu()->items()) {
+            all.push_back(item->isSeparator() ? "-"
+                                              : item->title() + " " + std::to_string(item->tag()) +
+                                                    (item->state() ? " *" : ""));
+        }
+        return all;
+    }
+
+    static std::shared_ptr<MenuItem> root(const iPodDevice& device, std::int32_t tag) {
+        return device.submi_connectionRoot()->submenu()->itemWithTag(tag);
+    }
+
+    /// What a picture shows: the name of a resource, or the picture that it was drawn from.
+    static std::string pictureOf(const MenuItem& item) {
+        if (!item.image()) {
+            return "none";
+        }
+        const std::string story = FakeImaging::story(*item.image());
+        const auto at = story.find("picture ");
+        return at == std::string::npos ? item.image()->resourceName
+                                       : story.substr(at, story.find(' ', at + 8) - at);
     }
 
     /// The titles of a device's enabled items.

@@ -30,8 +30,9 @@ TEST_F(MenuTest, TheSubmenuHoldsEightItemsInOrder) {
         all.push_back(item->isSeparator() ? "-" : item->title());
         EXPECT_EQ(item->keyEquivalent(), "");
     }
-    EXPECT_EQ(all, (Texts{"Reveal In Finder", "Change Connection Root", "Mount Device",
-                          "Unmount Device", "Device Info", "-", "Current Connection Root:", ""}));
+    EXPECT_EQ(all,
+              (Texts{"Reveal In Finder", "Change Connection Root", "Mount Device", "Unmount Device",
+                     "Device Info", "-", "Current Connection Root:", "Media"}));
     EXPECT_EQ(menu.items().at(7), device->submi_selectMenuItem());
 }
 
@@ -77,7 +78,8 @@ TEST_F(MenuTest, RevealingShowsOnlyAMountedVolume) {
     world.fileSystems.finishMount(world.fileSystems.last());
     choose(device->submi_revealInFinder());
     choose(device->submi_selectMenuItem());
-    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone", "/Volumes/Blue Phone"}));
+    EXPECT_EQ(world.workspace.opened,
+              (Texts{"/Volumes/Blue Phone (Media)", "/Volumes/Blue Phone (Media)"}));
 }
 
 TEST_F(MenuTest, DeviceInfoShowsTheWindowOfThisDevice) {

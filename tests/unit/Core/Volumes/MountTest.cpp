@@ -24,10 +24,12 @@ TEST_F(MountTest, TheIdentityIsFetchedInOrderWhenTheDeviceIsMade) {
     iPodDevice::initWithIPhone(phone);
     Texts calls = world.calls.take();
     std::erase_if(calls, [](const auto& each) { return each.starts_with("AFCKeyValue"); });
-    EXPECT_EQ(calls, (Texts{"AMDeviceCopyValue DeviceName", "AMDeviceCopyValue FirmwareVersion",
-                            "AFCDeviceInfoOpen", "AFCDeviceInfoOpen",
-                            "AMDeviceCopyValue DeviceClass", "AMDeviceCopyValue ProductType"}));
-    EXPECT_EQ(world.log.take(), (Texts{"addMenuForDevice"}));
+    EXPECT_EQ(calls,
+              (Texts{"AMDeviceCopyValue DeviceName", "AMDeviceCopyValue FirmwareVersion",
+                     "AFCDeviceInfoOpen", "AFCDeviceInfoOpen", "AMDeviceCopyValue DeviceClass",
+                     "AMDeviceCopyValue ProductType", "AMDeviceLookupApplications 0"}));
+    EXPECT_EQ(world.log.take(), (Texts{"addMenuForDevice", "updateChangeConnectionRootMenuItem",
+                                       "kConnectionRoot_Media"}));
 }
 
 TEST_F(MountTest, TheIdentityIsKeptOnceItIsKnown) {
@@ -73,14 +75,29 @@ TEST_F(MountTest, ADeviceThatIsNoIPhoneIsNotAsked) {
     EXPECT_EQ(world.calls.take(), Texts{});
 }
 
+TEST_F(MountTest, WithoutASessionTheDeviceTellsWhatItKnowsAndItsVolumeFails) {
+    world.afc.setDeviceInfo({});
+    const auto device = attach(world.device);
+    device->startMount();
+    device->setIPhoneInterface(nullptr);
+    EXPECT_EQ(device->deviceName(), "Blue Phone");
+    EXPECT_EQ(device->firmwareVersion(), std::nullopt);
+    EXPECT_EQ(device->capacity(), 0);
+    world.fileSystems.finishMount(world.fileSystems.last());
+    EXPECT_TRUE(device->isMounted());
+    std::optional<NSError> error;
+    EXPECT_EQ(device->macFuseDisk()->attributesOfItemAtPath("/", nullptr, &error), std::nullopt);
+    EXPECT_TRUE(error);
+}
+
 TEST_F(MountTest, AMountIsAskedForUnderTheDevicesName) {
     const auto device = attach(world.device);
     world.log.take();
     device->startMount();
     const auto& volume = world.fileSystems.last();
-    EXPECT_EQ(volume.path, "/Volumes/Blue Phone");
-    EXPECT_EQ(device->myMountPath(), "/Volumes/Blue Phone");
-    EXPECT_EQ(device->currentMountDiskName(), "Blue Phone");
+    EXPECT_EQ(volume.path, "/Volumes/Blue Phone (Media)");
+    EXPECT_EQ(device->myMountPath(), "/Volumes/Blue Phone (Media)");
+    EXPECT_EQ(device->currentMountDiskName(), "Blue Phone (Media)");
     EXPECT_EQ(volume.delegate.lock().get(), device->macFuseDisk());
     EXPECT_FALSE(volume.isThreadSafe);
     EXPECT_EQ(device->gmUserFileSys(), volume.object);
@@ -92,7 +109,7 @@ TEST_F(MountTest, TheOptionsOfModeZeroAreExactlyFiveInOrder) {
     const auto device = attach(world.device);
     device->startMount();
     EXPECT_EQ(device->myOption(),
-              (Texts{"volicon=/usr/share/quillbox/QuillboxIcon.icns", "volname=Blue Phone",
+              (Texts{"volicon=/usr/share/quillbox/QuillboxIcon.icns", "volname=Blue Phone (Media)",
                      "direct_io", "allow_other", "local"}));
     EXPECT_EQ(world.fileSystems.last().options, device->myOption());
 }
@@ -157,7 +174,7 @@ TEST_F(MountTest, AMountOfTheUserRevealsTheVolumeOnce) {
     EXPECT_FALSE(device->isMounted());
     EXPECT_TRUE(device->isUserChanged());
     world.fileSystems.finishMount(world.fileSystems.last());
-    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone"}));
+    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone (Media)"}));
     EXPECT_FALSE(device->isUserChanged());
     world.fileSystems.post(kGMUserFileSystemDidMount, world.fileSystems.last());
     EXPECT_EQ(world.workspace.opened.size(), 1U);

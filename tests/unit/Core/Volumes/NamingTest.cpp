@@ -18,37 +18,85 @@ protected:
         world.preferences.setObject("customizeMountName", name);
     }
 
+    /// As if the root with this tag had been chosen.
+    void select(std::int32_t tag) {
+        auto item = std::make_shared<MenuItem>("chosen");
+        item->setTag(tag);
+        device->setLast_selectMenuItem(std::move(item));
+    }
+
     std::shared_ptr<iPodDevice> device;
 };
 
-TEST_F(NamingTest, TheVolumeCarriesTheDevicesName) {
+TEST_F(NamingTest, TheVolumeCarriesTheDevicesNameAndItsRoot) {
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media)");
+    EXPECT_EQ(device->currentMountDiskName(), "Blue Phone (Media)");
+    select(kRootTagRoot);
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Root)");
+}
+
+TEST_F(NamingTest, AnApplicationsVolumeCarriesTheApplicationsName) {
+    World::addApplication(second, "org.b", "Notes");
+    World::addApplication(second, "org.a", "Books");
+    device = attach(second);
+    select(kRootTagApplication);
+    EXPECT_EQ(device->mountDiskName(), "Red Phone (Books)");
+    select(kRootTagApplication + 1);
+    EXPECT_EQ(device->mountDiskName(), "Red Phone (Notes)");
+}
+
+TEST_F(NamingTest, AnApplicationWithoutNameShowsThatItHasNone) {
+    device->iPhoneInterface()->setFileShareAppBundlesArray(AppCatalogue{{{"ID", "org.a"}}});
+    select(kRootTagApplication);
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone ((null))");
+}
+
+TEST_F(NamingTest, WithoutASelectedRootTheVolumeCarriesTheBareName) {
+    for (const std::int32_t tag : {0, 9, 12, 99, -1}) {
+        select(tag);
+        EXPECT_EQ(device->mountDiskName(), "Blue Phone") << tag;
+    }
+    device->setLast_selectMenuItem(nullptr);
     EXPECT_EQ(device->mountDiskName(), "Blue Phone");
     EXPECT_EQ(device->currentMountDiskName(), "Blue Phone");
 }
 
-TEST_F(NamingTest, ATakenNameGetsTheNextNumber) {
+TEST_F(NamingTest, AnApplicationBeyondTheListGivesTheBareNameTakenOrNot) {
     world.files.paths = {"/Volumes/Blue Phone"};
-    EXPECT_EQ(device->mountDiskName(), "Blue Phone 2");
-    world.files.paths.insert("/Volumes/Blue Phone 2");
-    EXPECT_EQ(device->mountDiskName(), "Blue Phone 3");
-    EXPECT_EQ(device->currentMountDiskName(), "Blue Phone 3");
+    device->mountDiskName();
+    for (const std::int32_t tag : {100, 105}) {
+        select(tag);
+        EXPECT_EQ(device->mountDiskName(), "Blue Phone");
+        EXPECT_EQ(device->currentMountDiskName(), std::nullopt);
+    }
+}
+
+TEST_F(NamingTest, ATakenNameGetsTheNextNumber) {
+    world.files.paths = {"/Volumes/Blue Phone (Media)"};
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media) 2");
+    world.files.paths.insert("/Volumes/Blue Phone (Media) 2");
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media) 3");
+    EXPECT_EQ(device->currentMountDiskName(), "Blue Phone (Media) 3");
 }
 
 TEST_F(NamingTest, ACustomNameHoldsForEveryDevice) {
     useCustomName("Pocket");
-    EXPECT_EQ(device->mountDiskName(), "Pocket");
+    for (const std::int32_t tag : {11, 10, 107}) {
+        select(tag);
+        EXPECT_EQ(device->mountDiskName(), "Pocket");
+    }
     world.files.paths = {"/Volumes/Pocket"};
     EXPECT_EQ(attach(second)->mountDiskName(), "Pocket 2");
 }
 
 TEST_F(NamingTest, AnEmptyOrUnwantedCustomNameIsNotUsed) {
     useCustomName("");
-    EXPECT_EQ(device->mountDiskName(), "Blue Phone");
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media)");
     world.preferences.removeObject("customizeMountName");
-    EXPECT_EQ(device->mountDiskName(), "Blue Phone");
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media)");
     useCustomName("Pocket");
     isUseCustomizeMountName_ = false;
-    EXPECT_EQ(device->mountDiskName(), "Blue Phone");
+    EXPECT_EQ(device->mountDiskName(), "Blue Phone (Media)");
 }
 
 TEST_F(NamingTest, ChoosingAPathMakesNothing) {
@@ -69,14 +117,8 @@ TEST_F(NamingTest, ADeviceCannotNameItsVolumeOutOfTheFolder) {
     world.device.values.insert_or_assign("DeviceName", "../../etc");
     const auto hostile = attach(world.device);
     hostile->startMount();
-    EXPECT_EQ(hostile->myMountPath(), "/Volumes/..:..:etc");
-    EXPECT_EQ(hostile->myOption().at(1), "volname=..:..:etc");
-}
-
-TEST_F(NamingTest, TheIconIsTheProgramsOwn) {
-    EXPECT_EQ(device->mountDiskIconPath(), "/usr/share/quillbox/QuillboxIcon.icns");
-    world.bundle.isInstalled = false;
-    EXPECT_EQ(device->mountDiskIconPath(), std::nullopt);
+    EXPECT_EQ(hostile->myMountPath(), "/Volumes/..:..:etc (Media)");
+    EXPECT_EQ(hostile->myOption().at(1), "volname=..:..:etc (Media)");
 }
 
 TEST_F(NamingTest, TheLocalOptionIsWantedUnlessTheVersionHoldsTheFourCharacters) {
@@ -88,6 +130,26 @@ TEST_F(NamingTest, TheLocalOptionIsWantedUnlessTheVersionHoldsTheFourCharacters)
         world.bundle.version = version;
         EXPECT_EQ(device->needsLocalOption(), isWanted) << version;
     }
+}
+
+TEST_F(NamingTest, FoldersAreMadeOnTheDeviceThroughItsSession) {
+    world.calls.take();
+    EXPECT_TRUE(device->createDirectoryAtPath("/new"));
+    EXPECT_EQ(world.calls.take(), (Texts{"AFCDirectoryCreate /new"}));
+    world.calls.failAlways("AFCDirectoryCreate", 10);
+    EXPECT_FALSE(device->createDirectoryAtPath("/newer"));
+    EXPECT_TRUE(world.files.paths.empty());
+}
+
+TEST_F(NamingTest, WithoutASessionFoldersAreMadeOnThisComputer) {
+    device->setIPhoneInterface(nullptr);
+    EXPECT_TRUE(device->createDirectoryAtPath("/local/new"));
+    EXPECT_TRUE(world.files.paths.contains("/local/new"));
+    world.files.failure = "No space left on device";
+    world.log.take();
+    EXPECT_FALSE(device->createDirectoryAtPath("/local/newer"));
+    EXPECT_EQ(world.log.take(), (Texts{"Error creating directory /local/newer;  error: No space "
+                                       "left on device\n"}));
 }
 
 TEST(VolumePathTest, AnyTextBecomesOneFolderName) {
