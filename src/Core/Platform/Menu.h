@@ -77,6 +77,12 @@ public:
 
     void setEndsProgram(bool endsProgram) { endsProgram_ = endsProgram; }
 
+    /// Whether its action only asks for the end of the program: a view performs it at once, within
+    /// a long wait too, which it ends.
+    bool endsProgram() const { return endsProgram_; }
+
+    void setEndsProgram(bool endsProgram) { endsProgram_ = endsProgram; }
+
     bool isSeparator() const { return isSeparator_; }
 
     const std::shared_ptr<Menu>& submenu() const { return submenu_; }

@@ -53,6 +53,8 @@ std::shared_ptr<Menu> PodController::makeTopMenu() {
         item->setTarget(this);
         return item;
     };
+    const auto quit = make("Quit", &PodController::quitApp);
+    quit->setEndsProgram(true);
     auto menu = std::make_shared<Menu>();
     menu->setAutoenablesItems(false);
     for (const auto& item :
@@ -60,7 +62,7 @@ std::shared_ptr<Menu> PodController::makeTopMenu() {
           make("Preferences…", &PodController::showPreferencesController),
           MenuItem::separatorItem(), CommonData::makePlaceholderItem(), MenuItem::separatorItem(),
           make("Welcome…", &PodController::showWelcomeScreen),
-          make("Help", &PodController::openwHelp), make("Quit", &PodController::quitApp)}) {
+          make("Help", &PodController::openwHelp), quit}) {
         menu->addItem(item);
     }
     return menu;
