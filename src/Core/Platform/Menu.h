@@ -71,12 +71,6 @@ public:
 
     void setEnabled(bool isEnabled);
 
-    /// Whether its action only asks for the end of the program: a view performs it at once, within a
-    /// long wait too, which it ends.
-    bool endsProgram() const { return endsProgram_; }
-
-    void setEndsProgram(bool endsProgram) { endsProgram_ = endsProgram; }
-
     /// Whether its action only asks for the end of the program: a view performs it at once, within
     /// a long wait too, which it ends.
     bool endsProgram() const { return endsProgram_; }
