@@ -231,7 +231,7 @@ AFCError FakeAFC::AFCFileRefOpen(AFCConnectionRef connection, const std::string&
     }
     auto& nodes = treeAt(connection);
     const auto found = nodes.find(path);
-    if (mode != 1 && mode != 2 && !acceptsEveryMode_) {
+    if ((mode < 1 || mode > 3) && !acceptsEveryMode_) {
         return answer(kAFCInvalidArgument);
     }
     if (found != nodes.end() && found->second.format == "S_IFDIR") {
@@ -277,6 +277,10 @@ AFCError FakeAFC::AFCFileRefRead(AFCConnectionRef connection, AFCFileRef file, v
     const std::string& text = found->second.content;
     const std::uint64_t start = std::min<std::uint64_t>(open.position, text.size());
     *length = std::min<std::uint64_t>(*length, text.size() - start);
+    if (!readLengths_.empty()) {
+        *length = std::min(*length, readLengths_.front());
+        readLengths_.pop_front();
+    }
     std::memcpy(buffer, text.data() + start, *length);
     open.position = start + *length;
     return kAFCSuccess;

@@ -5,6 +5,7 @@
 #include "Core/Platform/AFC.h"
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -53,6 +54,8 @@ public:
     void setDeviceInfo(InfoPairs info, const std::string& treeName = {});
     /// Opens files in every mode from now on; else only in those that callers may use.
     void acceptEveryMode();
+    /// The most bytes that the next reads give, one after the other.
+    void scriptReads(std::deque<std::uint64_t> lengths);
     /// Runs something once, when the next key/value answer has been closed.
     void runAfterNextAnswer(std::function<void()> work);
 
@@ -143,6 +146,7 @@ private:
     std::set<AFCFileRef> goneFiles_;  ///< went with their connections; closing them is no harm
     std::map<std::string, std::vector<std::string>> scriptedListings_;
     bool acceptsEveryMode_ = false;
+    std::deque<std::uint64_t> readLengths_;
     /// By tree; under "" what every other tree tells.
     std::map<std::string, InfoPairs> deviceInfo_{{"",
                                                   {{"Model", "iPhone1,1"},

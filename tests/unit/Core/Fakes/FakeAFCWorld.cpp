@@ -51,6 +51,11 @@ void FakeAFC::acceptEveryMode() {
     acceptsEveryMode_ = true;
 }
 
+void FakeAFC::scriptReads(std::deque<std::uint64_t> lengths) {
+    const std::lock_guard guard(mutex_);
+    readLengths_ = std::move(lengths);
+}
+
 void FakeAFC::runAfterNextAnswer(std::function<void()> work) {
     const std::lock_guard guard(mutex_);
     afterNextAnswer_ = std::move(work);

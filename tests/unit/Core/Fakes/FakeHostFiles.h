@@ -29,8 +29,8 @@ public:
 
     std::optional<std::uint64_t> fileSizeAtPath(const std::string& path) override {
         const auto found = contents.find(path);
-        return found != contents.end() ? std::optional<std::uint64_t>(found->second.size())
-                                       : std::nullopt;
+        return found == contents.end() ? std::nullopt
+                                       : std::optional(claimedSize.value_or(found->second.size()));
     }
 
     bool createDirectoryAtPath(const std::string& path, std::string* error) override {
@@ -123,6 +123,7 @@ public:
     std::map<std::string, std::string> contents;
     /// What property lists hold, by the bytes of their files; any other content is damaged.
     std::map<std::string, PropertyDictionary> dictionaries;
+    std::optional<std::uint64_t> claimedSize;  ///< told instead of the size of every file
     std::string temporary = "/private";
     std::string failure;  ///< why folders cannot be made; empty: they can
     std::vector<std::string> violations;
