@@ -58,7 +58,9 @@ AFCError SessionVolumeBacking::setModificationTime(const std::string& path,
     if (!phone) {
         return kAFCConnectionLost;
     }
-    return afc_.AFCSetModificationTime(phone->myConnection(), phone->devicePathForVolumePath(path),
+    // The connection first: a path that was mapped earlier could belong to another root.
+    const AFCConnectionRef connection = phone->myConnection();
+    return afc_.AFCSetModificationTime(connection, phone->devicePathForVolumePath(path),
                                        static_cast<std::uint64_t>(nanoseconds));
 }
 

@@ -50,6 +50,8 @@ bool PodPhone::initializePodPhone(AMDeviceRef device, bool allowAFC2) {
         return false;
     }
     setMyDevice(device);
+    currentRootTag_ = isJailbreaked_ ? kRootTagRoot : kRootTagMedia;
+    lastMountTag_ = currentRootTag_.load();
     setMyConnection(connection);
 
     if (!serialNumber()) {
@@ -58,8 +60,6 @@ bool PodPhone::initializePodPhone(AMDeviceRef device, bool allowAFC2) {
             setSerialNumber(*value->string());
         }
     }
-    currentRootTag_ = isJailbreaked_ ? kRootTagRoot : kRootTagMedia;
-    lastMountTag_ = currentRootTag_.load();
     {
         const std::lock_guard guard(stateMutex_);
         isChangeNameDictionary_.clear();
@@ -74,6 +74,7 @@ bool PodPhone::restartSession() {
     auto& devices = platform_.devices;
     const AMDeviceRef device = myDevice_;
     platform_.afc.AFCConnectionClose(myConnection_);
+    mappedRootTag_ = currentRootTag_.load();
     devices.AMDeviceStopSession(device);
     devices.AMDeviceDisconnect(device);
     return devices.AMDeviceConnect(device) == 0 && devices.AMDeviceIsPaired(device) == kPaired &&

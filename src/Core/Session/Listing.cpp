@@ -11,7 +11,7 @@
 namespace quillbox {
 
 std::string PodPhone::devicePathForVolumePath(const std::string& path) const {
-    if (currentRootTag_ >= kRootTagApplication && appMountPathIndex_ == 1) {
+    if (mappedRootTag_ >= kRootTagApplication && appMountPathIndex_ == 1) {
         return stringByAppendingPathComponent("/Documents", path);
     }
     return path;

@@ -85,7 +85,10 @@ public:
     /// it is the service's number, which no AFC call serves. Any thread.
     AFCConnectionRef myConnection() const { return myConnection_; }
 
-    void setMyConnection(AFCConnectionRef connection) { myConnection_ = connection; }
+    void setMyConnection(AFCConnectionRef connection) {
+        mappedRootTag_ = currentRootTag_.load();
+        myConnection_ = connection;
+    }
 
     /// The root that the connection serves, or should serve. Any thread.
     std::int32_t currentRootTag() const { return currentRootTag_; }
@@ -343,6 +346,10 @@ private:
     std::atomic<AMDeviceRef> myDevice_{nullptr};
     std::atomic<AFCConnectionRef> myConnection_{0};
     std::atomic<std::int32_t> currentRootTag_{kRootTagNone};
+    /// The root that paths are mapped for: the current one, but while a switch is on its way and
+    /// the old connection still open, the old one. Written after the old connection has closed and
+    /// before the new one is known, so that no operation takes a path of one root to another.
+    std::atomic<std::int32_t> mappedRootTag_{kRootTagNone};
     std::atomic<std::int32_t> lastMountTag_{kRootTagNone};
     std::atomic<bool> isJailbreaked_{false};
     std::atomic<bool> isUsingAFC2_{false};

@@ -78,7 +78,12 @@ AFCError FakeAFC::AFCConnectionOpen(AFCConnectionRef service, std::uint32_t ioTi
 }
 
 AFCError FakeAFC::AFCConnectionClose(AFCConnectionRef connection) {
-    const std::lock_guard guard(mutex_);
+    std::unique_lock guard(mutex_);
+    if (const auto work = std::exchange(beforeNextClose_, {})) {
+        guard.unlock();
+        work();
+        guard.lock();
+    }
     const auto found = connections_.find(connection);
     record_.add("AFCConnectionClose " + (found == connections_.end() ? "?" : found->second));
     const AFCError status = record_.statusOf("AFCConnectionClose");

@@ -58,6 +58,8 @@ public:
     void scriptReads(std::deque<std::uint64_t> lengths);
     /// Runs something once, when the next key/value answer has been closed.
     void runAfterNextAnswer(std::function<void()> work);
+    /// Runs something once, while the next connection that closes is still open.
+    void runBeforeNextClose(std::function<void()> work);
 
     std::size_t openConnections() const;
     std::size_t openFiles() const;
@@ -155,6 +157,7 @@ private:
                                                    {"FSBlockSize", "4096"}}}};
     std::vector<std::string> violations_;
     std::function<void()> afterNextAnswer_;
+    std::function<void()> beforeNextClose_;
 };
 
 }  // namespace quillbox::fakes

@@ -61,6 +61,11 @@ void FakeAFC::runAfterNextAnswer(std::function<void()> work) {
     afterNextAnswer_ = std::move(work);
 }
 
+void FakeAFC::runBeforeNextClose(std::function<void()> work) {
+    const std::lock_guard guard(mutex_);
+    beforeNextClose_ = std::move(work);
+}
+
 std::size_t FakeAFC::openConnections() const {
     const std::lock_guard guard(mutex_);
     return connections_.size();

@@ -112,6 +112,11 @@ TEST_F(AttributesTest, AnApplicationsPathsAreMapped) {
     switchToApplication(true);
     EXPECT_TRUE(ask("/"));
     EXPECT_EQ(world.calls.count("AFCFileInfoOpen /Documents"), 2U);
+    world.log.take();
+    EXPECT_FALSE(ask("/none"));
+    EXPECT_EQ(world.log.take(),
+              (Texts{"attributesOfItemAtPath:userData:error: /Documents/none",
+                     "Error: attributesOfItemAtPath:userData:error: /Documents/none"}));
 }
 
 class VolumeAttributesTest : public SessionTest {
