@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/Program.h"
 
+#include "App/DeviceNotices.h"
 #include "App/LastResort.h"
 #include "App/Simulation.h"
+#include "App/Surface.h"
 #include "App/VolumeJournal.h"
 #include "App/Wiring.h"
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
 #include "Core/Volumes/CommonData.h"
+#include "Linux/Desktop/Display.h"
 #include "Linux/Host/CrashReports.h"
 #include "Linux/Host/Signals.h"
 #include "Linux/Host/SingleInstance.h"
@@ -28,6 +31,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int kStartFailed = 1;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;  // such a build reports its crashes itself
+#else
+constexpr bool kIsSanitized = false;
+#endif
 /// What the end may still ask of devices, all together.
 constexpr auto kLastWords = 2s;
 /// From the request to end until the end is forced.
@@ -60,8 +68,10 @@ public:
 
     int run() {
         if (!options_.headless) {
-            log_.write(LogLevel::Info, "No tray is available in this build: running as with "
-                                       "--headless.");
+            if (const auto why = desktop::whyNoDisplay()) {
+                refuse(*why);
+                return kStartFailed;
+            }
         }
         if (!chooseDevices() || !becomeTheOnlyOne() || !chooseVolumes() || !startSimulation()) {
             return kStartFailed;
@@ -131,15 +141,36 @@ private:
     }
 
     void serve() {
-        host::CrashReports::reportCrashes(host::crashFolder(), "Quillbox " QUILLBOX_VERSION);
+        if (!kIsSanitized) {
+            host::CrashReports::reportCrashes(host::crashFolder(), "Quillbox " QUILLBOX_VERSION);
+        }
         host::MainLoop loop;
-        loop.setWaitObserver([this](const std::string& what, bool waiting) {
+        if (options_.headless) {
+            HeadlessSurface headless(loop, log_);
+            serve(loop, headless.surface(), nullptr);
+        } else {
+            DesktopSurface onDesktop(loop, log_, bundle_, volumesFolder_);
+            serve(loop, onDesktop.surface(), &onDesktop.desktop());
+        }
+    }
+
+    /// `desktop` is null without one.
+    void serve(host::MainLoop& loop, const Surface& surface, desktop::Desktop* desktop) {
+        loop.setWaitObserver([this, desktop](const std::string& what, bool waiting) {
             logLine(log_, waiting ? LogLevel::Info : LogLevel::Debug,
                     waiting ? "Waiting: " : "No longer waiting: ", what, ".");
+            if (desktop != nullptr) {
+                desktop->showWait(waiting ? what : "");
+            }
         });
         lastResort_.emplace(log_, kLongestEnd, [mounted = mounted_] { return mounted->list(); });
         removeLeftOverVolumes(volumesFolder_, log_);
-        Wiring wiring(loop, log_, bundle_, volumesFolder_, preferences_);
+        Wiring wiring(surface, loop, log_, bundle_, volumesFolder_, preferences_);
+        std::optional<DeviceNotices> notices;
+        if (desktop != nullptr) {
+            notices.emplace(*desktop, loop);
+            wiring.devices().setTrustObserver(notices->observer());
+        }
         CommonData::setPlatform(wiring.platform());
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);

@@ -10,16 +10,14 @@
 
 namespace quillbox::app {
 
-Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle,
-               const std::string& volumesFolder, const std::string& preferenceFile)
+Wiring::Wiring(const Surface& surface, host::MainLoop& loop, Log& log,
+               const host::ProgramBundle& bundle, const std::string& volumesFolder,
+               const std::string& preferenceFile)
     : bundle_(bundle),
       preferences_(preferenceFile, log),
       loginItems_(host::AutostartPlaces::fromEnvironment(), log),
-      workspace_(log),
       files_(volumesFolder),
-      interfaceFiles_(log),
-      application_([&loop] { loop.quit(); }),
-      crashes_(host::crashFolder(), workspace_),
+      crashes_(host::crashFolder(), surface.workspace),
       images_(bundle_),
       locks_(loop, log),
       devices_(loop, log, DeviceOptions{}),
@@ -34,16 +32,16 @@ Wiring::Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle
                 notifications_,
                 preferences_,
                 loginItems_,
-                workspace_,
+                surface.workspace,
                 files_,
                 bundle_,
                 collation_,
                 locks_,
                 log,
                 images_,
-                interfaceFiles_,
-                application_,
-                statusBar_,
+                surface.interfaceFiles,
+                surface.application,
+                surface.statusBar,
                 crashes_,
                 fileManager_} {
     // A volume must not go on with a connection that its session is about to give up, and must not

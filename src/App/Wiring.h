@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "App/Surface.h"
 #include "Core/Platform/Platform.h"
 #include "Linux/Desktop/Images.h"
 #include "Linux/Device/DeviceLibrary.h"
 #include "Linux/Host/AutostartEntries.h"
 #include "Linux/Host/CrashReports.h"
-#include "Linux/Host/HeadlessDesktop.h"
-#include "Linux/Host/HeadlessWindows.h"
-#include "Linux/Host/HeadlessWorkspace.h"
 #include "Linux/Host/LocalFileManager.h"
 #include "Linux/Host/LocalFiles.h"
 #include "Linux/Host/LocaleCollation.h"
@@ -28,8 +26,9 @@ namespace quillbox::app {
 /// be destroyed after everything of the core.
 class Wiring {
 public:
-    Wiring(host::MainLoop& loop, Log& log, const host::ProgramBundle& bundle,
-           const std::string& volumesFolder, const std::string& preferenceFile);
+    Wiring(const Surface& surface, host::MainLoop& loop, Log& log,
+           const host::ProgramBundle& bundle, const std::string& volumesFolder,
+           const std::string& preferenceFile);
     Wiring(const Wiring&) = delete;
     Wiring& operator=(const Wiring&) = delete;
     ~Wiring();
@@ -45,11 +44,7 @@ private:
     host::NotificationHub notifications_;
     host::PreferenceFile preferences_;
     host::AutostartEntries loginItems_;
-    host::HeadlessWorkspace workspace_;
     host::LocalFiles files_;
-    host::HeadlessWindows interfaceFiles_;
-    host::HeadlessApplication application_;
-    host::HeadlessStatusBar statusBar_;
     host::CrashReports crashes_;
     host::LocalFileManager fileManager_;
     host::LocaleCollation collation_;

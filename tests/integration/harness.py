@@ -156,6 +156,8 @@ class Simulator:
 class Quillbox:
     """The program under test, without a display."""
 
+    HEADLESS = ("--headless",)
+
     def __init__(self, folder, environment, *options, volumes=None, preferences=None, executable=None):
         self.volumes = volumes or os.path.join(folder, "Volumes")
         self.preferences = preferences or os.path.join(folder, "preferences.plist")
@@ -169,7 +171,7 @@ class Quillbox:
                            XDG_RUNTIME_DIR=os.path.join(folder, "runtime"))
         os.makedirs(environment["XDG_RUNTIME_DIR"], mode=0o700, exist_ok=True)
         self.process = self.start_process(
-            [executable or program("quillbox"), "--headless", "--volumes", self.volumes, "--preferences",
+            [executable or program("quillbox"), *self.HEADLESS, "--volumes", self.volumes, "--preferences",
              self.preferences, *options], environment)
 
     def start_process(self, command, environment):

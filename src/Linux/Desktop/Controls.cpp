@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Desktop/Controls.h"
+
+#include <QAbstractButton>
+#include <QTreeWidget>
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillbox::desktop {
+
+namespace {
+
+constexpr int kFullBar = 1000;
+constexpr int kValueColumn = 1;
+constexpr QLatin1String kNoValue("Not available");
+
+}  // namespace
+
+void BoundLineEdit::setStringValue(const std::string& value) {
+    widget_.setText(text(value));
+    widget_.setCursorPosition(0);
+    if (widget_.isReadOnly()) {
+        widget_.setToolTip(widget_.text());  // where the field is too short for it
+    }
+}
+
+BoundLabel::BoundLabel(QLabel& label) : WidgetControl(label) {
+    label.setTextFormat(Qt::PlainText);
+}
+
+void BoundRow::setStringValue(const std::string& value) {
+    row_.setText(kValueColumn, text(value));
+    row_.setToolTip(kValueColumn, text(value).toHtmlEscaped());
+    const auto palette = row_.treeWidget()->palette();
+    const bool isMissing = text(value) == kNoValue;
+    row_.setForeground(kValueColumn,
+                       palette.brush(isMissing ? QPalette::PlaceholderText : QPalette::Text));
+}
+
+std::string BoundRow::stringValue() const {
+    return row_.text(kValueColumn).toStdString();
+}
+
+void BoundRow::setEnabled(bool isEnabled) {
+    row_.setDisabled(!isEnabled);
+}
+
+bool BoundRow::isEnabled() const {
+    return !row_.isDisabled();
+}
+
+void BoundButton::setTitle(const std::string& title) {
+    widget_.setText(text(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
+}
+
+void BoundPopUpButton::selectItemAtIndex(std::int64_t index) {
+    const bool isThere = index >= 0 && index < widget_.count();
+    widget_.setCurrentIndex(isThere ? static_cast<int>(index) : -1);
+}
+
+QList<QAbstractButton*> BoundSegmentedControl::segments() const {
+    return widget_.findChildren<QAbstractButton*>(Qt::FindDirectChildrenOnly);
+}
+
+void BoundSegmentedControl::setSelectedSegment(std::int64_t segment) {
+    const auto all = segments();
+    for (qsizetype i = 0; i < all.size(); ++i) {
+        // Buttons that exclude each other let none be switched off.
+        all[i]->setAutoExclusive(false);
+        all[i]->setChecked(i == segment);
+        all[i]->setAutoExclusive(true);
+    }
+}
+
+std::int64_t BoundSegmentedControl::selectedSegment() const {
+    const auto all = segments();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [](const auto* button) { return button->isChecked(); });
+    return found == all.end() ? -1 : found - all.begin();
+}
+
+BoundLevelBar::BoundLevelBar(QProgressBar& bar) : WidgetControl(bar) {
+    bar.setRange(0, kFullBar);
+    bar.setTextVisible(false);
+}
+
+void BoundLevelBar::setDoubleValue(double value) {
+    const double level = std::isnan(value) ? 0 : std::clamp(value, 0.0, 1.0);
+    widget_.setValue(static_cast<int>(std::lround(level * kFullBar)));
+}
+
+void BoundImageView::setImage(const std::optional<Image>& image) {
+    const QIcon icon = icons_.icon(image);
+    widget_.setPixmap(
+        icon.pixmap(widget_.maximumSize(), widget_.devicePixelRatioF(), QIcon::Normal));
+}
+
+void BoundPathControl::setPath(const std::string& path) {
+    widget_.setText(text(path));
+    widget_.setToolTip(text(path).toHtmlEscaped());
+}
+
+}  // namespace quillbox::desktop

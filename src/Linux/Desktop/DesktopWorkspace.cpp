@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Desktop/DesktopWorkspace.h"
+
+#include "Core/Platform/LogLine.h"
+#include "Linux/Desktop/Icons.h"
+
+#include <QApplication>
+#include <QProcess>
+
+namespace quillbox::desktop {
+
+namespace {
+
+/// Finds the program that the desktop has for a folder or an address.
+constexpr QLatin1String kOpener("xdg-open");
+
+std::string translated(const char* english) {
+    return QApplication::translate("Workspace", english).toStdString();
+}
+
+}  // namespace
+
+void DesktopWorkspace::open(const std::string& what) {
+    if (!QProcess::startDetached(kOpener, {text(what)})) {
+        logLine(log_, LogLevel::Error, "The program xdg-open, which opens ", what,
+                " in the desktop's own way, cannot be started.");
+        runAlert(translated("Nothing here can open it."), what);
+    }
+}
+
+void DesktopWorkspace::openFile(const std::string& path) {
+    open(path);
+}
+
+void DesktopWorkspace::openURL(const std::string& address) {
+    open(address);
+}
+
+void DesktopWorkspace::runAlert(const std::string& title, const std::string& message) {
+    alerts_.show({title, message, {translated("OK")}}, nullptr, {});
+}
+
+void DesktopWorkspace::offerToShow(const std::string& title, const std::string& message,
+                                   const std::string& path) {
+    alerts_.show({title, message, {translated("OK"), translated("Show")}}, nullptr,
+                 [this, path](int button) {
+                     if (button == 1) {
+                         openFile(path);
+                     }
+                 });
+}
+
+}  // namespace quillbox::desktop
