@@ -155,7 +155,7 @@ TEST_F(ReleasingTest, OpeningTheSessionAnewForgetsTheMarks) {
     EXPECT_FALSE(phone.isAwaitingCameraRoll("/a.jpg"));
 }
 
-TEST_F(ReleasingTest, ASessionByItselfDealsWithNoPictureYet) {
+TEST_F(ReleasingTest, WithoutAConnectionNoPictureIsDealtWith) {
     PodPhone plain(world.platform);
     EXPECT_FALSE(plain.createThumbnailForDCIM("/DCIM/100APPLE/a.jpg"));
 }

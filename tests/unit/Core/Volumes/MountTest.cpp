@@ -180,6 +180,14 @@ TEST_F(MountTest, AMountOfTheUserRevealsTheVolumeOnce) {
     EXPECT_EQ(world.workspace.opened.size(), 1U);
 }
 
+TEST_F(MountTest, AMountOfTheUserCountsAsUnmountedUntilItIsThere) {
+    const auto device = attachAndMount(world.device);
+    device->mountDevice();
+    EXPECT_FALSE(device->isMounted());
+    world.fileSystems.finishMount(world.fileSystems.last());
+    EXPECT_TRUE(device->isMounted());
+}
+
 TEST_F(MountTest, AnUnmountOfTheUserIsHeardBeforeTheObservationsEnd) {
     const auto device = attachAndMount(world.device);
     world.log.take();
