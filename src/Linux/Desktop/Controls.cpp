@@ -98,6 +98,7 @@ void BoundImageView::setImage(const std::optional<Image>& image) {
 
 void BoundPathControl::setPath(const std::string& path) {
     widget_.setText(text(path));
+    widget_.setCursorPosition(0);
     widget_.setToolTip(text(path).toHtmlEscaped());
 }
 

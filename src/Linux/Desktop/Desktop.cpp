@@ -12,6 +12,9 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QTranslator>
 #include <QWidget>
 
 #include <array>
@@ -25,19 +28,41 @@ class ApplicationObject {
 public:
     ApplicationObject(const std::string& applicationId, const Bundle& bundle) {
         QApplication::setApplicationName(QStringLiteral("quillbox"));
-        QApplication::setApplicationDisplayName(QStringLiteral("Quillbox"));
         QApplication::setDesktopFileName(text(applicationId));
         QApplication::setQuitOnLastWindowClosed(false);
+        translate(bundle);
         if (const auto icon = bundle.pathForResource("QuillboxIcon", "png")) {
             QApplication::setWindowIcon(QIcon::fromTheme(text(applicationId), QIcon(text(*icon))));
         }
     }
 
 private:
+    /// Into the first of the user's languages that there is a translation for.
+    void translate(const Bundle& bundle) {
+        const auto languages = QLocale().uiLanguages();
+        for (QString language : languages) {
+            language.replace(QLatin1Char('-'), QLatin1Char('_'));
+            const auto path = bundle.pathForResource("quillbox_" + language.toStdString(), "qm");
+            if (path && own_.load(text(*path))) {
+                QApplication::installTranslator(&own_);
+                if (library_.load(QStringLiteral("qtbase_") + language,
+                                  QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+                    QApplication::installTranslator(&library_);
+                }
+                return;
+            }
+            if (language.startsWith(QLatin1String("en"))) {
+                return;
+            }
+        }
+    }
+
     std::array<char, 9> name_{"quillbox"};
     std::array<char*, 2> arguments_{name_.data(), nullptr};
     int count_ = 1;
     QApplication application_{count_, arguments_.data()};
+    QTranslator own_;
+    QTranslator library_;
 };
 
 class DesktopApplication final : public Application {

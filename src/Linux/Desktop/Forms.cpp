@@ -30,6 +30,11 @@ std::unique_ptr<QDialog> build(Ui& ui) {
             headline->setFont(font);
         }
     }
+    // Sizes come from the font: so many average letters wide, so many lines high at least.
+    const QFontMetrics metrics = window->fontMetrics();
+    const QSize wanted(window->property("columns").toInt() * metrics.averageCharWidth(),
+                       window->property("lines").toInt() * metrics.height());
+    window->resize(wanted.expandedTo(window->sizeHint()));
     window->setWindowIcon(QApplication::windowIcon());
     return window;
 }

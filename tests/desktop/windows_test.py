@@ -1,0 +1,245 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""The windows, by keyboard alone: every preference is kept, every window shows what it should, and nothing that is
+open stands in the way of a volume."""
+
+import os
+import unittest
+import urllib.parse
+
+from scene import DEFAULTS, PATIENCE, WATCHER, DesktopTest, is_mounted, wait_for
+
+PHONE = "Blue Phone"
+VOLUME = "Blue Phone (Media)"
+PREFERENCES = "Quillbox preferences"
+WELCOME = "Welcome to Quillbox"
+INFORMATION = "Device information"
+MORE = "More info"
+
+
+class Windows(DesktopTest):
+    def setUp(self):
+        super().setUp()
+        self.desktop.start_lxqt_panel()
+        wait_for(lambda: self.desktop.has_name(WATCHER), 20 * PATIENCE, "the panel shows items")
+
+    def start(self, *options, **keywords):
+        self.simulator = self.start_simulator(*options)
+        self.quillbox = self.start_on_screen(self.simulator, **keywords)
+        self.quillbox.wait_notifier()
+
+    def open(self, title, *way):
+        self.quillbox.choose(*way)
+        return self.desktop.focus(title)
+
+    def close(self, title):
+        self.desktop.focus(title)
+        self.desktop.keys("Escape")
+        self.desktop.wait_no_window(title)
+
+    def copied(self, key, *words):
+        """What the key puts on the clipboard, once it holds all these words."""
+        def text():
+            self.desktop.keys(key)
+            found = self.desktop.tool("xclip", "-selection", "clipboard", "-o", check=False)
+            return all(word in found for word in words) and found
+        return wait_for(text, 20 * PATIENCE, f"a copy with {words}")
+
+    def test_the_first_run_shows_the_welcome_window_and_writes_the_defaults(self):
+        self.start(welcome=True)
+        self.desktop.focus(WELCOME)
+        written = {key: value for key, value in self.quillbox.settings().items() if not isinstance(value, dict)}
+        self.assertEqual(written, DEFAULTS)  # beside it stands what is known of devices
+        self.desktop.screenshot("welcome", self.desktop.wait_window(WELCOME))
+        self.desktop.keys("alt+s")
+        self.quillbox.wait_setting("showWelcomeScreenOnStart", False)
+        self.desktop.keys("Return")  # Hide & Continue
+        self.desktop.wait_no_window(WELCOME)
+        self.assertEqual(self.quillbox.terminate(), 0)
+        again = self.start_on_screen(self.simulator, welcome=True)
+        again.wait_notifier()
+        again.wait_mounted(VOLUME)
+        self.assertEqual(self.desktop.windows(WELCOME), [])
+        again.choose("Welcome…")
+        self.desktop.focus(WELCOME)
+        self.desktop.keys("alt+r")  # Reset all settings
+        wait_for(lambda: again.settings() == {}, 20 * PATIENCE, "no setting is left")
+        self.desktop.keys("alt+p")
+        self.desktop.wait_window(PREFERENCES)
+
+    def test_every_preference_is_written_at_once_and_kept(self):
+        self.start()
+        window = self.open(PREFERENCES, "Preferences…")
+        self.desktop.screenshot("preferences", window)
+        for key, setting, value in (
+                ("alt+o", "openQuillboxOnStart", True), ("alt+f", "allowsAFC2Access", False),
+                ("alt+b", "isMountLastPoint", False), ("alt+s", "isShowAppIconWhenMounted", False),
+                ("alt+l", "isOnlyShowFileSharingApp", True), ("alt+a", "isLoadAppsIconBeforeStart", True),
+                ("alt+g", "changeNameOnCopyImages2DCIM", True), ("alt+n", "isUseCustomizeMountName", True)):
+            with self.subTest(setting=setting):
+                self.desktop.keys(key)
+                self.quillbox.wait_setting(setting, value)
+        entries = os.path.join(self.folder, "home", ".config", "autostart")
+        self.assertEqual(len(os.listdir(entries)), 1)
+        # The name is kept when its window closes.
+        self.desktop.keys("Tab", "ctrl+a")
+        self.desktop.tool("xdotool", "type", "--delay", "20", "My & Phone_1")
+        self.desktop.keys("alt+t", "Down")
+        self.quillbox.wait_setting("appMountPath", 1)
+        self.desktop.keys("alt+m")
+        self.quillbox.wait_setting("setting_mountDiskMode", 1)
+        # The alert is a sheet of the window and stops nothing else.
+        self.quillbox.wait_log("Mount disk mode was changed.")
+        self.simulator.ctl("detach", self.simulator.udids[0])
+        self.quillbox.wait_gone(VOLUME, 10 * PATIENCE)
+        self.desktop.focus("Quillbox")
+        self.desktop.screenshot("alert")
+        self.desktop.keys("Return")
+        self.desktop.wait_no_window("Quillbox")
+        self.close(PREFERENCES)
+        self.quillbox.wait_setting("customizeMountName", "My & Phone_1")
+        kept = self.quillbox.settings()
+        self.assertEqual(self.quillbox.terminate(), 0)
+
+        self.quillbox = self.start_on_screen(self.simulator)
+        self.quillbox.wait_notifier()
+        self.open(PREFERENCES, "Preferences…")
+        self.desktop.screenshot("preferences-changed", self.desktop.wait_window(PREFERENCES))
+        self.assertEqual(self.quillbox.settings(), kept)
+        # The two boxes exclude each other on the screen as well: one click switches the whole file system on.
+        self.desktop.keys("alt+f")
+        self.quillbox.wait_setting("allowsAFC2Access", True)
+        self.quillbox.wait_setting("changeNameOnCopyImages2DCIM", False)
+        self.desktop.keys("alt+g")
+        self.quillbox.wait_setting("changeNameOnCopyImages2DCIM", True)
+        self.quillbox.wait_setting("allowsAFC2Access", False)
+        self.desktop.keys("alt+r")
+        self.quillbox.wait_setting("customizeMountName", "Quillbox")
+        after = {key: value for key, value in self.quillbox.settings().items() if key in DEFAULTS}
+        self.assertEqual(after, dict(DEFAULTS))
+        self.assertEqual(os.listdir(entries), [])
+
+    def test_the_information_window_shows_one_device_after_another(self):
+        self.start()
+        pad = "00008101-000A11223344001E"
+        self.simulator.ctl("add-device", pad, "--name", "White Pad", "--class", "iPad", "--type", "iPad13,1", "--no-afc2")
+        wait_for(lambda: self.quillbox.item(PHONE, "Device Info") and self.quillbox.item("White Pad", "Device Info"),
+                 20 * PATIENCE, "two devices")
+        window = self.open(INFORMATION, PHONE, "Device Info")
+        self.desktop.screenshot("device", window)
+        self.copied("alt+c", PHONE, self.simulator.udids[0])
+        self.quillbox.choose("White Pad", "Device Info")
+        # A value that this one does not have.
+        self.copied("alt+c", "White Pad", pad, "Not available")
+        self.assertEqual(len(self.desktop.windows(INFORMATION)), 1)
+        self.desktop.screenshot("device-pad", window)
+        self.desktop.keys("alt+m")
+        sheet = self.desktop.focus(MORE)
+        self.desktop.screenshot("more", sheet)
+        everything = self.copied("alt+a", "Not available", "Wi-Fi address")
+        self.assertEqual(len(everything.strip().splitlines()), 26)
+        self.close(MORE)
+        self.assertTrue(self.desktop.windows(INFORMATION))
+        # The window goes with its device.
+        self.simulator.ctl("detach", pad)
+        self.desktop.wait_no_window(INFORMATION)
+
+    def test_eight_devices_come_and_go_with_every_window_open(self):
+        self.start("--devices", "8", "--no-afc2")
+        wait_for(lambda: all(self.quillbox.item(name, "Device Info") for name in self.quillbox.titles()[3:11]),
+                 30 * PATIENCE, "eight devices")
+        self.open(PREFERENCES, "Preferences…")
+        self.quillbox.choose("About Quillbox")
+        self.open(INFORMATION, PHONE, "Device Info")
+        self.desktop.keys("alt+m")
+        self.desktop.wait_window(MORE)
+        for udid in self.simulator.udids:
+            self.simulator.ctl("detach", udid)
+        wait_for(lambda: os.listdir(self.quillbox.volumes) == [], 30 * PATIENCE, "all volumes are gone")
+        self.desktop.wait_no_window(INFORMATION)
+        self.desktop.wait_no_window(MORE)
+        for udid in self.simulator.udids:
+            self.simulator.ctl("attach", udid)
+        wait_for(lambda: sum(is_mounted(self.quillbox.volume(name)) for name in os.listdir(self.quillbox.volumes)) == 8,
+                 30 * PATIENCE, "eight volumes again")
+        self.assertEqual(self.quillbox.terminate(), 0)
+        self.assertEqual(os.listdir(self.quillbox.volumes), [])
+
+    def test_reveal_opens_the_folder_in_the_desktops_file_manager(self):
+        opened = os.path.join(self.folder, "opened")
+        applications = os.path.join(self.desktop.home, "data", "applications")
+        with open(os.path.join(self.folder, "manager"), "w") as script:
+            script.write(f"#!/bin/sh\nprintf '%s\\n' \"$1\" >>'{opened}'\n")
+        os.chmod(os.path.join(self.folder, "manager"), 0o755)
+        with open(os.path.join(applications, "manager.desktop"), "w") as entry:
+            entry.write("[Desktop Entry]\nType=Application\nName=Manager\nMimeType=inode/directory;\n"
+                        f"Exec={self.folder}/manager %f\n")
+        with open(os.path.join(applications, "mimeapps.list"), "w") as defaults:
+            defaults.write("[Default Applications]\ninode/directory=manager.desktop\n")
+        self.start()
+        self.quillbox.wait_mounted(VOLUME)
+        wait_for(lambda: self.quillbox.item(PHONE, "Reveal In Finder")["enabled"], 20 * PATIENCE, "it can be revealed")
+        self.quillbox.choose(PHONE, "Reveal In Finder")
+
+        def asked():
+            if not os.path.exists(opened):
+                return ""
+            with open(opened, encoding="utf-8") as file:
+                return file.read()
+        wait_for(lambda: asked().endswith("\n"), 20 * PATIENCE, "the file manager is asked")
+        self.assertIn(self.quillbox.volume(VOLUME), urllib.parse.unquote(asked()))
+
+    def test_a_failed_mount_is_an_alert_and_another_device_is_mounted_all_the_same(self):
+        self.simulator = self.start_simulator("--devices", "2", "--no-afc2")
+        blocked = os.path.join(self.folder, "Volumes")
+        first, second = self.simulator.udids
+        self.simulator.ctl("detach", first)
+        self.simulator.ctl("detach", second)
+        self.quillbox = self.start_on_screen(self.simulator)
+        self.quillbox.wait_notifier()
+        os.rmdir(blocked)
+        with open(blocked, "w"):  # no folder: nothing can be mounted
+            pass
+        self.simulator.ctl("attach", first)
+        self.desktop.wait_window("Quillbox")
+        self.desktop.screenshot("mount-failed")
+        os.remove(blocked)
+        os.mkdir(blocked)
+        self.simulator.ctl("attach", second)
+        self.quillbox.wait_mounted("Red Phone (Media)")
+        self.desktop.focus("Quillbox")
+        self.desktop.keys("Return")
+        self.desktop.wait_no_window("Quillbox")
+
+
+class OnADenseScreen(Windows):
+    """The windows at twice the size, for the eye: they open and fit."""
+
+    SCALE = 2
+
+    def setUp(self):
+        super().setUp()
+
+    def test_the_windows_fit(self):
+        self.start()
+        self.quillbox.wait_mounted(VOLUME)
+        for way, title, name in ((("Preferences…",), PREFERENCES, "preferences"), (("Welcome…",), WELCOME, "welcome"),
+                                 (("About Quillbox",), "About Quillbox", "about"),
+                                 ((PHONE, "Device Info"), INFORMATION, "device")):
+            window = self.open(title, *way)
+            size = self.desktop.geometry(window)
+            self.assertLessEqual(size["WIDTH"], 2 * 1024)
+            self.assertLessEqual(size["HEIGHT"], 2 * 736)
+            self.desktop.screenshot(name + "@2x", window)
+            self.close(title)
+
+
+def load_tests(loader, tests, pattern):
+    """The dense screen has one test of its own and none of the others."""
+    suite = unittest.TestSuite()
+    suite.addTests(loader.loadTestsFromTestCase(Windows))
+    suite.addTest(OnADenseScreen("test_the_windows_fit"))
+    return suite
+
+
+if __name__ == "__main__":
+    unittest.main()
