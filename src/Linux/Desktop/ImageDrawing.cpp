@@ -33,6 +33,17 @@ QImage shrunk(const QImage& pixels, const QRectF& source, const QRectF& target) 
     return cut.scaled(size.boundedTo(cut.size()), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
+bool isWhole(const QRectF& rect) {
+    return rect == QRectF(rect.toRect());
+}
+
+/// The painter moves an image that keeps its size to whole pixels; one that is stretched ever so
+/// little is drawn where it is to be.
+QRectF exactly(const QRectF& target) {
+    constexpr double kLeast = 1e-6;
+    return isWhole(target) ? target : target.adjusted(0, 0, kLeast, kLeast);
+}
+
 }  // namespace
 
 std::unique_ptr<PaintedImage> PaintedImage::make(const Size& size, Resolve resolve) {
@@ -91,9 +102,9 @@ void PaintedImage::drawImage(const Image& image, const Rect& inRect, const Rect&
     if (isInterpolationHigh_ &&
         (target.width() < source.width() || target.height() < source.height())) {
         const QImage smaller = shrunk(picture->pixels(), source, target);
-        painter_.drawImage(target, smaller, QRectF(smaller.rect()));
+        painter_.drawImage(exactly(target), smaller, QRectF(smaller.rect()));
     } else {
-        painter_.drawImage(target, picture->pixels(), source);
+        painter_.drawImage(exactly(target), picture->pixels(), source);
     }
 }
 

@@ -22,6 +22,10 @@ using Texts = std::vector<std::string>;
 
 /// Every port of the core, faked.
 struct World {
+    World() = default;
+
+    explicit World(Imaging& another) : imaging(&another) {}
+
     CallRecord calls;
     FakeAFC afc{calls};
     FakeMobileDevice devices{calls, afc};
@@ -32,6 +36,7 @@ struct World {
     FakeWorkspace workspace;
     FakeHostFiles files{calls};
     FakeImaging images{files};
+    Imaging* imaging = &images;  ///< `images`, or another with real pixels
     FakeBundle bundle;
     FakeCollation collation;
     FakeLocks locks{calls};
@@ -43,7 +48,7 @@ struct World {
     FakeLog log;
     Platform platform{devices,    afc,           fileSystems, notifications,  preferences,
                       loginItems, workspace,     files,       bundle,         collation,
-                      locks,      log,           images,      interfaceFiles, application,
+                      locks,      log,           *imaging,    interfaceFiles, application,
                       statusBar,  crashReporter, fileManager};
 
     /// A device "Blue Phone" with its serial number and identifier, Media only.
