@@ -21,6 +21,7 @@ TEST_F(UtilitiesTest, ByteCountsAreShownInStepsOf1024) {
         {1073741824, "1.0 GB"},
         {1610612736, "1.5 GB"},
         {17179869184, "16.0 GB"},
+        {1125899969757184, "1048576.0 GB"},  // 60 MiB above, lost in single precision
         {18446744073709551615U, "17179869184.0 GB"},
     };
     for (const auto& [bytes, shown] : rows) {
