@@ -53,10 +53,17 @@ type=statusnotifier
 """
 
 
+# A desktop with dark colours, as KDE keeps them.
+DARK = "".join(f"[Colors:{group}]\nBackgroundNormal={back}\nBackgroundAlternate={back}\nForegroundNormal=239,240,241\n"
+               "ForegroundInactive=160,165,170\nForegroundLink=61,174,233\nForegroundVisited=155,89,182\n"
+               for group, back in (("Window", "42,46,50"), ("View", "27,30,32"), ("Button", "49,54,59"),
+                                   ("Tooltip", "49,54,59"), ("Selection", "61,174,233")))
+
+
 class Desktop:
     """An X server, a session bus and a window manager; a tray when it is asked for."""
 
-    def __init__(self, folder, scale=1):
+    def __init__(self, folder, scale=1, dark=False):
         self.folder = folder
         self.running = {}
         home = os.path.join(folder, "desktop-home")
@@ -69,8 +76,13 @@ class Desktop:
             "QT_QPA_PLATFORM": "xcb", "QT_ACCESSIBILITY": "0", "NO_AT_BRIDGE": "1", "LIBGL_ALWAYS_SOFTWARE": "1",
             "QT_SCALE_FACTOR": str(scale)}
         self.home = home
+        if dark:
+            self.environment.update(XDG_CURRENT_DESKTOP="KDE", KDE_FULL_SESSION="true", KDE_SESSION_VERSION="5",
+                                    XDG_CONFIG_DIRS=home + "/config")
+            with open(home + "/config/kdeglobals", "w") as file:
+                file.write(DARK)
         number = self.start_and_read("Xvfb", ["Xvfb", "-displayfd", "1", "-screen", "0", f"{1024 * scale}x{768 * scale}x24",
-                                              "-nolisten", "tcp", "-noreset"])
+                                              "-nolisten", "tcp", "-noreset", "-wr"])
         self.environment["DISPLAY"] = ":" + number
         address = self.start_and_read("dbus-daemon", ["dbus-daemon", "--session", "--nofork", "--print-address=1"])
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = address
@@ -244,10 +256,11 @@ class DesktopTest(DeviceTest):
     """One test on a desktop of its own."""
 
     SCALE = 1
+    DARK = False
 
     def setUp(self):
         super().setUp()
-        self.desktop = Desktop(self.folder, self.SCALE)
+        self.desktop = Desktop(self.folder, self.SCALE, self.DARK)
         self.addCleanup(self.desktop.end)
         # The program ends before its desktop.
         self.addCleanup(self.end_programs)

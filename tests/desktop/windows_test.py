@@ -211,15 +211,15 @@ class Windows(DesktopTest):
         self.desktop.wait_no_window("Quillbox")
 
 
-class OnADenseScreen(Windows):
-    """The windows at twice the size, for the eye: they open and fit."""
-
-    SCALE = 2
+class OnAnotherScreen(Windows):
+    """The windows as they are elsewhere, for the eye: they open and fit."""
 
     def setUp(self):
-        super().setUp()
+        pass  # each test has a screen of its own
 
-    def test_the_windows_fit(self):
+    def check(self, mark, scale, dark):
+        self.SCALE, self.DARK = scale, dark
+        super().setUp()
         self.start()
         self.quillbox.wait_mounted(VOLUME)
         for way, title, name in ((("Preferences…",), PREFERENCES, "preferences"), (("Welcome…",), WELCOME, "welcome"),
@@ -227,17 +227,24 @@ class OnADenseScreen(Windows):
                                  ((PHONE, "Device Info"), INFORMATION, "device")):
             window = self.open(title, *way)
             size = self.desktop.geometry(window)
-            self.assertLessEqual(size["WIDTH"], 2 * 1024)
-            self.assertLessEqual(size["HEIGHT"], 2 * 736)
-            self.desktop.screenshot(name + "@2x", window)
+            self.assertLessEqual(size["WIDTH"], scale * 1024)
+            self.assertLessEqual(size["HEIGHT"], scale * 736)
+            self.desktop.screenshot(name + mark, window)
             self.close(title)
 
+    def test_a_dense_screen(self):
+        self.check("@2x", 2, False)
 
-def load_tests(loader, tests, pattern):
-    """The dense screen has one test of its own and none of the others."""
+    def test_dark_colours(self):
+        self.check("-dark", 1, True)
+
+
+def load_tests(loader, _tests, _pattern):
+    """The other screens have tests of their own and none of the first's."""
     suite = unittest.TestSuite()
     suite.addTests(loader.loadTestsFromTestCase(Windows))
-    suite.addTest(OnADenseScreen("test_the_windows_fit"))
+    for name in ("test_a_dense_screen", "test_dark_colours"):
+        suite.addTest(OnAnotherScreen(name))
     return suite
 
 
