@@ -49,7 +49,8 @@ std::string KeptLog::lineThatBegins(std::string_view start) const {
 RealProgram::RealProgram(const SimulatedPhones& phones)
     : volumes_(phones.folder() + "/Volumes"),
       bundle_(),
-      wiring_(loop_, log_, bundle_, volumes_, phones.folder() + "/preferences.plist") {
+      wiring_(headless_.surface(), loop_, log_, bundle_, volumes_,
+              phones.folder() + "/preferences.plist") {
     fs::create_directories(volumes_);
     clearCachedFlags();
     CommonData::setPlatform(wiring_.platform());

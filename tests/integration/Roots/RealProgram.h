@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "App/Surface.h"
 #include "App/Wiring.h"
 #include "Core/Platform/Menu.h"
 #include "Core/Shell/PodController.h"
@@ -86,6 +87,7 @@ private:
     KeptLog log_;
     host::MainLoop loop_;
     host::ProgramBundle bundle_;
+    app::HeadlessSurface headless_{loop_, log_};
     app::Wiring wiring_;
     std::unique_ptr<PodController> controller_;
 };

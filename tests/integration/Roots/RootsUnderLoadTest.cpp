@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/Surface.h"
 #include "App/Wiring.h"
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/SettingsKeys.h"
@@ -70,7 +71,8 @@ protected:
         : volumes_(phones_.folder() + "/Volumes"),
           log_(LogLevel::Error),
           bundle_(),
-          wiring_(loop_, log_, bundle_, volumes_, phones_.folder() + "/preferences.plist") {
+          wiring_(headless_.surface(), loop_, log_, bundle_, volumes_,
+                  phones_.folder() + "/preferences.plist") {
         fs::create_directories(volumes_);
         CommonData::setPlatform(wiring_.platform());
     }
@@ -103,6 +105,7 @@ protected:
     host::SystemLog log_;
     host::MainLoop loop_;
     host::ProgramBundle bundle_;
+    app::HeadlessSurface headless_{loop_, log_};
     app::Wiring wiring_;
     std::mt19937 random_{7};
     std::atomic<int> switches_{0};
