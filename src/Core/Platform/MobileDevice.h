@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Core/Platform/AFC.h"
+#include "Core/Platform/DeviceRecord.h"
 #include "Core/Platform/PropertyList.h"
 
 #include <cstdint>
@@ -44,6 +45,10 @@ public:
     virtual int AMDeviceNotificationSubscribe(AMDeviceNotificationCallback callback,
                                               std::uint32_t unused1, std::uint32_t unused2,
                                               void* userData, std::uint64_t* subscription) = 0;
+
+    /// What the platform keeps about a device that was told of; the same for the life of the
+    /// process. Does not ask the device. All zero for null. Main thread.
+    virtual const AMDeviceRecord& AMDeviceGetRecord(AMDeviceRef device) = 0;
 
     virtual int AMDeviceConnect(AMDeviceRef device) = 0;
     /// 1 when this computer holds a pairing record for the device.

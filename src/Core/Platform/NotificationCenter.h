@@ -3,8 +3,10 @@
 
 #include "Core/Platform/Error.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +20,7 @@ struct Notification {
     std::string name;
     const void* object = nullptr;  ///< who or what it is about, known by identity; may be null
     std::map<std::string, NSError> userInfo;  ///< errors by key, or empty
+    std::optional<std::uint32_t> number{};    ///< in place of an object, for what has a number
 };
 
 /// The text that "%@" makes of a notification.

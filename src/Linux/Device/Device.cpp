@@ -41,6 +41,11 @@ void Device::setName(const std::string& name, const std::string& serialNumber) {
     }
 }
 
+std::string Device::serialNumber() const {
+    const std::lock_guard lock{mutex_};
+    return serialNumber_.empty() ? udid_ : serialNumber_;
+}
+
 std::shared_ptr<DeviceHandle> Device::handle(Failure& failure) {
     {
         const std::lock_guard lock{mutex_};

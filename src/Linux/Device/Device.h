@@ -41,6 +41,8 @@ public:
     /// The words for a person: the name, or "the device".
     std::string name() const;
     void setName(const std::string& name, const std::string& serialNumber);
+    /// The serial number as far as it is known, else the identifier.
+    std::string serialNumber() const;
 
     /// False once it left or everything stops.
     bool isAttached() const { return attached_; }
@@ -58,6 +60,10 @@ public:
     void pathChanged();
     /// Whether a connection to it is open whose other side has not ended it.
     bool hasLiveConnection();
+
+    /// What the multiplexer called it, and its model, when it arrived. Set before it is told of.
+    std::uint32_t number = 0;
+    std::uint32_t productId = 0;
 
     /// The record that stands for this device in the ports.
     AMDeviceRef record = nullptr;
@@ -103,6 +109,9 @@ namespace quillbox {
 /// The record behind an `AMDeviceRef`.
 struct am_device {  // NOLINT(readability-identifier-naming): the platform's word
     std::shared_ptr<device::Device> device;
+    // Filled when they are first asked for, and kept. Main thread.
+    AMDeviceRecord record;
+    std::string serialNumber;
 };
 
 }  // namespace quillbox

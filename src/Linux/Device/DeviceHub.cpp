@@ -23,7 +23,11 @@ std::shared_ptr<DeviceHub::Arrival> DeviceHub::add(const std::string& udid) {
         return nullptr;
     }
     auto device = std::make_shared<Device>(udid, platform_, options_);
-    records_.push_back({device});
+    if (next_.udid == udid) {
+        device->number = next_.number;
+        device->productId = next_.productId;
+    }
+    records_.push_back({device, {}, {}});
     device->record = &records_.back();
     auto arrival = std::make_shared<Arrival>(std::move(device));
     attached_[udid] = arrival;
@@ -39,6 +43,10 @@ std::shared_ptr<DeviceHub::Arrival> DeviceHub::find(const std::string& udid) {
 std::shared_ptr<DeviceHub::Arrival> DeviceHub::find(const Device& device) {
     auto arrival = find(device.udid());
     return arrival && arrival->device.get() == &device ? arrival : nullptr;
+}
+
+void DeviceHub::willArrive(const std::string& udid, std::uint32_t number, std::uint32_t productId) {
+    next_ = {udid, number, productId};
 }
 
 void DeviceHub::arrived(const std::string& udid) {

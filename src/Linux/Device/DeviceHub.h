@@ -37,6 +37,8 @@ public:
     DeviceHub(std::shared_ptr<PlatformLink> platform, const DeviceOptions& options);
 
     // From the roster, on the listener's thread.
+    void willArrive(const std::string& udid, std::uint32_t number,
+                    std::uint32_t productId) override;
     void arrived(const std::string& udid) override;
     void departed(const std::string& udid) override;
     void paired(const std::string& udid) override;
@@ -116,6 +118,14 @@ private:
 
     std::mutex mutex_;
     std::deque<am_device> records_;  ///< one for each arrival, for the process's life
+
+    /// What the next arrival is known by; listener's thread only.
+    struct {
+        std::string udid;
+        std::uint32_t number = 0;
+        std::uint32_t productId = 0;
+    } next_;
+
     std::map<std::string, std::shared_ptr<Arrival>> attached_;
     bool stopped_ = false;
     std::shared_ptr<const ConnectionEnds> connectionEnds_;

@@ -24,7 +24,8 @@ std::optional<std::uint32_t> DeviceRoster::best(const std::string& udid) const {
     return found;
 }
 
-void DeviceRoster::attached(std::uint32_t number, const std::string& udid, bool byCable) {
+void DeviceRoster::attached(std::uint32_t number, const std::string& udid, bool byCable,
+                            std::uint32_t productId) {
     if (const auto known = paths_.find(number); known != paths_.end()) {
         if (known->second.udid == udid) {
             return;
@@ -35,6 +36,7 @@ void DeviceRoster::attached(std::uint32_t number, const std::string& udid, bool 
     paths_.insert_or_assign(number, Path{udid, byCable});
     const bool wasMissing = missing_.erase(udid) > 0;
     if (!before && !wasMissing) {
+        events_.willArrive(udid, number, productId);
         events_.arrived(udid);
     } else if (best(udid) != before) {
         events_.pathChanged(udid);

@@ -14,6 +14,11 @@ namespace quillbox::device {
 class RosterEvents {
 public:
     virtual ~RosterEvents() = default;
+
+    /// Comes right before `arrived`: the multiplexer's number and the number of the model.
+    virtual void willArrive(const std::string& /*udid*/, std::uint32_t /*number*/,
+                            std::uint32_t /*productId*/) {}
+
     virtual void arrived(const std::string& udid) = 0;
     virtual void departed(const std::string& udid) = 0;
     /// It was paired with this computer, by whomever.
@@ -34,7 +39,8 @@ public:
     DeviceRoster(RosterEvents& events, std::chrono::milliseconds grace)
         : events_{events}, grace_{grace} {}
 
-    void attached(std::uint32_t number, const std::string& udid, bool byCable);
+    void attached(std::uint32_t number, const std::string& udid, bool byCable,
+                  std::uint32_t productId = 0);
     void detached(std::uint32_t number);
     void paired(std::uint32_t number);
 

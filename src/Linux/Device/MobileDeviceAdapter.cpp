@@ -64,6 +64,20 @@ int MobileDeviceAdapter::AMDeviceNotificationSubscribe(AMDeviceNotificationCallb
     return 0;
 }
 
+const AMDeviceRecord& MobileDeviceAdapter::AMDeviceGetRecord(AMDeviceRef device) {
+    static const AMDeviceRecord kNone;
+    if (device == nullptr) {
+        return kNone;
+    }
+    if (device->record.serialNumber == nullptr) {
+        device->serialNumber = device->device->serialNumber();
+        device->record.deviceID = device->device->number;
+        device->record.productID = device->device->productId;
+        device->record.serialNumber = device->serialNumber.c_str();
+    }
+    return device->record;
+}
+
 int MobileDeviceAdapter::AMDeviceConnect(AMDeviceRef device) {
     return ask(device, [](Device& used) {
         return used.lockdown().ensureConnected(used.options().noProgress);

@@ -20,6 +20,7 @@ public:
     int AMDeviceNotificationSubscribe(AMDeviceNotificationCallback callback, std::uint32_t unused1,
                                       std::uint32_t unused2, void* userData,
                                       std::uint64_t* subscription) override;
+    const AMDeviceRecord& AMDeviceGetRecord(AMDeviceRef device) override;
     int AMDeviceConnect(AMDeviceRef device) override;
     int AMDeviceIsPaired(AMDeviceRef device) override;
     int AMDeviceValidatePairing(AMDeviceRef device) override;

@@ -204,8 +204,10 @@ void MultiplexerListener::handle(const MultiplexerSocket::Message& message) {
         const auto udid =
             properties == nullptr ? std::nullopt : textOf(*properties, "SerialNumber");
         if (udid && !udid->empty()) {
-            roster_.attached(number, *udid,
-                             textOf(*properties, "ConnectionType").value_or("USB") != "Network");
+            const PropertyValue* product = find(*properties, "ProductID");
+            roster_.attached(
+                number, *udid, textOf(*properties, "ConnectionType").value_or("USB") != "Network",
+                product == nullptr ? 0 : static_cast<std::uint32_t>(product->integerValue()));
         }
     } else if (type == "Detached") {
         roster_.detached(number);

@@ -23,12 +23,6 @@ namespace {
 constexpr std::string_view kNew = ".crash";
 constexpr std::string_view kKnown = ".txt";
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kReportsThemselves = true;
-#else
-constexpr bool kReportsThemselves = false;
-#endif
-
 struct CrashSignal {
     int number;
     const char* name;
@@ -141,7 +135,7 @@ void CrashReports::checkForNewCrashes() {
 }
 
 bool CrashReports::reportCrashes(const std::string& folder, const std::string& header) {
-    if (kReportsThemselves || makeFolders(folder, 0700) != 0) {
+    if (makeFolders(folder, 0700) != 0) {
         return false;
     }
     g_reportStart = folder + "/quillbox-";

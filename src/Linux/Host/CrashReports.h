@@ -19,8 +19,7 @@ public:
 
     /// From now on a crash of this process leaves a report in the folder, which is made (mode
     /// 0700), and then ends the process as it would have ended. `header` is the first line of a
-    /// report. Once, before threads begin; false where the folder cannot be made, or where a
-    /// sanitizer reports crashes itself.
+    /// report. Once, before threads begin; false where the folder cannot be made.
     static bool reportCrashes(const std::string& folder, const std::string& header);
 
 private:

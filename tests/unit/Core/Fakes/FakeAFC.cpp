@@ -245,7 +245,10 @@ AFCError FakeAFC::AFCFileRefOpen(AFCConnectionRef connection, const std::string&
     if (found == nodes.end() && (mode == 1 || !nodes.contains(parentOf(path)))) {
         return answer(kAFCObjectNotFound);
     }
-    nodes.try_emplace(path);
+    auto& node = nodes.try_emplace(path).first->second;
+    if (mode == 3 || mode == 4) {
+        node.content.clear();
+    }
     *file = ++lastNumber_;
     files_.emplace(*file, OpenFile{connection, path, mode});
     return kAFCSuccess;

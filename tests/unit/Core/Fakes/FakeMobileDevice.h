@@ -15,6 +15,7 @@ struct am_device {
     PropertyDictionary values;
     PropertyDictionary applications;
     std::set<std::string> services{"com.apple.afc"};  ///< house arrest is always offered
+    AMDeviceRecord record{};
 };
 
 namespace fakes {
@@ -36,10 +37,19 @@ public:
                                       std::uint64_t* subscription) override {
         record_.add("AMDeviceNotificationSubscribe " + std::to_string(unused1) + " " +
                     std::to_string(unused2) + (userData == nullptr ? " null" : " data"));
+        if (const int status = static_cast<int>(record_.statusOf("AMDeviceNotificationSubscribe"));
+            status != 0) {
+            return status;
+        }
         callback_ = callback;
         userData_ = userData;
         *subscription = 1;
         return 0;
+    }
+
+    const AMDeviceRecord& AMDeviceGetRecord(AMDeviceRef device) override {
+        static const AMDeviceRecord kNone;
+        return device != nullptr ? device->record : kNone;
     }
 
     int AMDeviceConnect(AMDeviceRef /*device*/) override { return enter("AMDeviceConnect"); }
@@ -83,6 +93,9 @@ public:
         if (!device->services.contains(service)) {
             return 7;
         }
+        if (startsNothing) {
+            return 0;
+        }
         *handle = afc_.startService(service == "com.apple.afc2" ? "Root" : "Media");
         return 0;
     }
@@ -107,6 +120,9 @@ public:
         *applications = device->applications;
         return 0;
     }
+
+    /// Services start with success and without a number.
+    bool startsNothing = false;
 
 private:
     int enter(const std::string& kind, const std::string& arguments = {}) {

@@ -62,11 +62,11 @@ TEST_F(WelcomeTest, ThePreferencesButtonOpensThePreferences) {
 }
 
 TEST_F(WelcomeTest, RevealShowsEveryMountedVolume) {
-    attachAndMount(world.device);
+    const auto mounted = attachAndMount(world.device);
     attach(second);
     world.workspace.opened.clear();
     file().perform("chkBx_revealInFinder:");
-    EXPECT_EQ(world.workspace.opened, (Texts{"/Volumes/Blue Phone"}));
+    EXPECT_EQ(world.workspace.opened, (Texts{mounted->myMountPath()}));
 }
 
 TEST_F(WelcomeTest, ResettingEmptiesTheStoreAndNothingElse) {
