@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace quillbox::app {
@@ -18,8 +17,11 @@ struct Options {
     std::optional<std::string> volumes;
     std::optional<std::string> preferences;
     LogLevel logLevel = LogLevel::Info;
+    bool json = false;  ///< a verb's output for programs
     bool version = false;
     bool help = false;
+    std::vector<std::string> verb;   ///< a verb and its arguments; empty: the program itself
+    std::vector<std::string> given;  ///< the options as they were, without the preference file
 };
 
 /// The options, or one sentence about what is wrong with the arguments (without the program's own
@@ -32,6 +34,6 @@ struct ParsedOptions {
 ParsedOptions parseOptions(const std::vector<std::string>& arguments);
 
 /// The text of `--help`.
-std::string_view usageText();
+std::string usageText();
 
 }  // namespace quillbox::app

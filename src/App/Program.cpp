@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/Program.h"
 
+#include "App/ControlPoint.h"
+#include "App/DeviceControl.h"
 #include "App/DeviceNotices.h"
+#include "App/InstanceKey.h"
 #include "App/LastResort.h"
 #include "App/Simulation.h"
 #include "App/Surface.h"
@@ -10,18 +13,21 @@
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
 #include "Core/Volumes/CommonData.h"
+#include "Linux/Control/SingleInstance.h"
+#include "Linux/Control/VerbClient.h"
+#include "Linux/Control/Verbs.h"
 #include "Linux/Desktop/Display.h"
 #include "Linux/Host/CrashReports.h"
 #include "Linux/Host/Signals.h"
-#include "Linux/Host/SingleInstance.h"
 #include "Linux/Host/SystemLog.h"
 #include "Linux/Host/UserFolders.h"
 #include "Linux/Volume/LeftOvers.h"
 
 #include <cstdlib>
-#include <filesystem>
+#include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace quillbox::app {
@@ -40,16 +46,8 @@ constexpr bool kIsSanitized = false;
 constexpr auto kLastWords = 2s;
 /// From the request to end until the end is forced.
 constexpr auto kLongestEnd = 6s;
-constexpr const char* kSocketVariable = "USBMUXD_SOCKET_ADDRESS";
-constexpr const char* kDefaultSocket = "/var/run/usbmuxd";
-
-/// The multiplexer as the environment gives it, a socket's path without its prefix.
-std::string multiplexerSocket() {
-    const char* address = std::getenv(kSocketVariable);
-    const std::string text = address != nullptr && *address != '\0' ? address : kDefaultSocket;
-    constexpr std::string_view kUnix = "UNIX:";
-    return text.starts_with(kUnix) ? text.substr(kUnix.size()) : text;
-}
+/// How long a second start waits for the first one's answer.
+constexpr auto kRaisePatience = 20s;
 
 /// The program with what it tells about itself.
 host::ProgramBundle describedBundle() {
@@ -67,13 +65,19 @@ public:
     explicit Program(const Options& options) : options_(options), log_(options.logLevel) {}
 
     int run() {
+        if (!chooseDevices()) {
+            return kStartFailed;
+        }
+        if (const auto status = becomeTheOnlyOne()) {
+            return *status;
+        }
         if (!options_.headless) {
             if (const auto why = desktop::whyNoDisplay()) {
                 refuse(*why);
                 return kStartFailed;
             }
         }
-        if (!chooseDevices() || !becomeTheOnlyOne() || !chooseVolumes() || !startSimulation()) {
+        if (!chooseVolumes() || !startSimulation()) {
             return kStartFailed;
         }
         serve();
@@ -95,30 +99,50 @@ private:
         if (!simulation_) {
             return refuse(error);
         }
-        ::setenv(kSocketVariable, ("UNIX:" + simulation_->socket()).c_str(), 1);
+        ::setenv(kMultiplexerVariable, ("UNIX:" + simulation_->socket()).c_str(), 1);
         return true;
     }
 
-    bool becomeTheOnlyOne() {
-        preferences_ =
-            std::filesystem::absolute(options_.preferences.value_or(host::defaultPreferencePath()))
-                .lexically_normal();
+    /// Nothing when this is the only one now, else the exit status.
+    std::optional<int> becomeTheOnlyOne() {
+        const auto key = instanceKey(options_);
+        preferences_ = key.preferences;
         const std::string folder = host::runtimeFolder();
         if (folder.empty()) {
-            return refuse("There is no private folder for the lock of this program.");
+            refuse("There is no private folder for the lock of this program.");
+            return kStartFailed;
         }
         std::string message;
-        switch (instance_.take(folder, multiplexerSocket(), preferences_, &message)) {
-        case host::SingleInstance::Result::Taken:
-            return true;
-        case host::SingleInstance::Result::Failed:
-            return refuse(message);
-        case host::SingleInstance::Result::Running:
+        switch (instance_.take(folder, key, options_.simulate, &message)) {
+        case control::SingleInstance::Result::Taken:
+            return std::nullopt;
+        case control::SingleInstance::Result::Failed:
+            refuse(message);
+            return kStartFailed;
+        case control::SingleInstance::Result::Running:
             break;
         }
-        return refuse("Quillbox is already running for these devices and settings" +
-                      (message.empty() ? std::string() : ", as process " + message) +
-                      ": it goes on undisturbed, and the options of this start were ignored.");
+        return showTheOther(folder, key);
+    }
+
+    /// Lets the program that runs already show itself; answers the exit status.
+    int showTheOther(const std::string& folder, const control::InstanceKey& key) {
+        const auto running =
+            control::choose(control::runningInstances(folder), {true, true, false, key});
+        control::CallResult result;
+        result.error = "it has no record in " + folder;
+        if (running.size() == 1) {
+            result = control::call(running.front(), {control::kRaise, false, options_.given},
+                                   kRaisePatience);
+        }
+        if (result.kind != control::CallResult::Kind::Answered) {
+            refuse("Quillbox is already running for these devices and settings, and does not "
+                   "show itself: " +
+                   result.error + ".");
+            return kStartFailed;
+        }
+        std::cout << result.answer.output << std::flush;
+        return result.answer.status;
     }
 
     bool chooseVolumes() {
@@ -175,6 +199,13 @@ private:
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
             PodController controller;
+            DeviceControl verbs(loop, wiring.platform().notifications, wiring.devices(), mounted_,
+                                options_.given);
+            if (desktop != nullptr) {
+                verbs.setRaise([&controller] { controller.showWelcomeScreen(nullptr); });
+            }
+            const auto control = openControl(loop);
+            control->serve(&verbs);
             controller.awakeFromNib();
             controller.applicationDidFinishLaunching();
             logLine(log_, LogLevel::Info, "Quillbox ", QUILLBOX_VERSION,
@@ -182,10 +213,27 @@ private:
             loop.run();
             lastResort_->arm();
             loop.allowWaits(kLastWords);
+            control->serve(nullptr);
             end(wiring, controller);
         }
         CommonData::resetSharedInstance();
         log_.write(LogLevel::Info, "Quillbox has ended.");
+    }
+
+    /// Without a socket for its verbs the program would be out of reach: then it does not start.
+    std::unique_ptr<ControlPoint> openControl(host::MainLoop& loop) {
+        std::string error;
+        auto control = ControlPoint::open(
+            instance_.socketPath(), loop,
+            [this, &loop] {
+                loop.quit();
+                lastResort_->arm();
+            },
+            &error);
+        if (!control) {
+            throw std::runtime_error(error);
+        }
+        return control;
     }
 
     static void end(Wiring& wiring, PodController& controller) {
@@ -203,7 +251,7 @@ private:
     const host::ProgramBundle bundle_ = describedBundle();
     const std::shared_ptr<MountedPaths> mounted_ = std::make_shared<MountedPaths>();
     std::optional<LastResort> lastResort_;  ///< before all whose end it watches over
-    host::SingleInstance instance_;
+    control::SingleInstance instance_;
     std::unique_ptr<Simulation> simulation_;
     std::string preferences_;
     std::string volumesFolder_;

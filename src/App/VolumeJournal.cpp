@@ -20,6 +20,12 @@ std::vector<std::string> MountedPaths::list() const {
     return paths;
 }
 
+std::string MountedPaths::pathOf(const void* volume) const {
+    const std::lock_guard guard(mutex_);
+    const auto found = paths_.find(volume);
+    return found == paths_.end() ? std::string() : found->second;
+}
+
 void MountedPaths::add(const void* volume, const std::string& path) {
     const std::lock_guard guard(mutex_);
     paths_.insert_or_assign(volume, path);

@@ -16,6 +16,8 @@ namespace quillbox::app {
 class MountedPaths {
 public:
     std::vector<std::string> list() const;
+    /// Where this volume is mounted; empty where it is not.
+    std::string pathOf(const void* volume) const;
     void add(const void* volume, const std::string& path);
     /// The path that was added for this volume; empty when there was none.
     std::string remove(const void* volume);

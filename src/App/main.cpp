@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/Options.h"
 #include "App/Program.h"
+#include "App/RunDoctor.h"
+#include "App/RunVerb.h"
 #include "Linux/Host/SystemLog.h"
 
 #include <clocale>
@@ -31,6 +33,10 @@ int main(int argc, char** argv) {
         if (parsed.options.version) {
             std::cout << "Quillbox " << QUILLBOX_VERSION << "\n";
             return 0;
+        }
+        if (!parsed.options.verb.empty()) {
+            return parsed.options.verb.front() == "doctor" ? app::runDoctor(parsed.options)
+                                                           : app::runVerb(parsed.options);
         }
         return app::runProgram(parsed.options);
     } catch (const std::exception& failure) {

@@ -170,9 +170,14 @@ class Quillbox:
                            XDG_STATE_HOME=os.path.join(home, ".state"),
                            XDG_RUNTIME_DIR=os.path.join(folder, "runtime"))
         os.makedirs(environment["XDG_RUNTIME_DIR"], mode=0o700, exist_ok=True)
+        self.environment = environment
         self.process = self.start_process(
             [executable or program("quillbox"), *self.HEADLESS, "--volumes", self.volumes, "--preferences",
              self.preferences, *options], environment)
+
+    def verb(self, *words, seconds=60):
+        """Says a verb to the running program, as a user of its session does: the finished command."""
+        return run(program("quillbox"), *words, seconds=seconds, check=False, env=self.environment)
 
     def start_process(self, command, environment):
         return subprocess.Popen(command, stdout=self.log, stderr=self.log, stdin=subprocess.DEVNULL,

@@ -31,6 +31,16 @@ std::string Device::name() const {
     return name_.empty() ? "the device" : name_;
 }
 
+std::string Device::knownName() const {
+    const std::lock_guard lock{mutex_};
+    return name_;
+}
+
+std::string Device::serialNumber() const {
+    const std::lock_guard lock{mutex_};
+    return serialNumber_;
+}
+
 void Device::setName(const std::string& name, const std::string& serialNumber) {
     const std::lock_guard lock{mutex_};
     if (!name.empty()) {

@@ -40,6 +40,9 @@ public:
     std::string label() const;
     /// The words for a person: the name, or "the device".
     std::string name() const;
+    /// As the device told them; empty while it did not.
+    std::string knownName() const;
+    std::string serialNumber() const;
     void setName(const std::string& name, const std::string& serialNumber);
     /// The serial number as far as it is known, else the identifier.
     std::string serialNumber() const;

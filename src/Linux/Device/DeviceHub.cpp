@@ -246,6 +246,24 @@ void DeviceHub::setTrustObserver(TrustObserver observer) {
     trustObserver_ = std::make_shared<const TrustObserver>(std::move(observer));
 }
 
+std::vector<AttachedDevice> DeviceHub::attached() {
+    std::vector<std::shared_ptr<Arrival>> arrivals;
+    {
+        const std::lock_guard lock{mutex_};
+        for (const auto& [udid, arrival] : attached_) {
+            arrivals.push_back(arrival);
+        }
+    }
+    std::vector<AttachedDevice> devices;
+    for (const auto& arrival : arrivals) {
+        const std::lock_guard lock{arrival->mutex};
+        Device& device = *arrival->device;
+        devices.push_back({device.record, device.udid(), device.knownName(), device.serialNumber(),
+                           arrival->state});
+    }
+    return devices;
+}
+
 void DeviceHub::tellConnectionEnds(AFCConnectionRef connection, bool deviceGone) {
     std::shared_ptr<const ConnectionEnds> observer;
     {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Linux/Device/AttachedDevice.h"
 #include "Linux/Device/Device.h"
 #include "Linux/Device/DeviceRoster.h"
 #include "Linux/Device/Handles.h"
@@ -55,6 +56,9 @@ public:
     void connectionCloses(AFCConnectionRef connection);
     /// A connection broke, or could not be opened again.
     void connectionLost(const std::shared_ptr<AfcConnection>& connection);
+
+    /// What is attached at this moment, by identifier.
+    std::vector<AttachedDevice> attached();
 
     Workers& workers() { return workers_; }
 

@@ -52,6 +52,10 @@ void DeviceLibrary::setTrustObserver(TrustObserver observer) {
     parts_->hub->setTrustObserver(std::move(observer));
 }
 
+std::vector<AttachedDevice> DeviceLibrary::attached() const {
+    return parts_->hub->attached();
+}
+
 std::string DeviceLibrary::label(AMDeviceRef device) {
     return device == nullptr ? "no device" : device->device->label();
 }

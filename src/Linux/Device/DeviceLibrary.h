@@ -5,12 +5,14 @@
 #include "Core/Platform/Log.h"
 #include "Core/Platform/MobileDevice.h"
 #include "Core/Platform/RunLoop.h"
+#include "Linux/Device/AttachedDevice.h"
 #include "Linux/Device/Options.h"
 #include "Linux/Device/TrustState.h"
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace quillbox {
 
@@ -39,6 +41,10 @@ public:
     /// Told of each change of a device's state, also of devices that never were announced. Any
     /// thread.
     void setTrustObserver(TrustObserver observer);
+
+    /// All devices that are attached at this moment, by identifier. Any thread; never blocks on
+    /// one.
+    std::vector<AttachedDevice> attached() const;
 
     /// Name and serial number of a device for a person, as far as they are known.
     static std::string label(AMDeviceRef device);

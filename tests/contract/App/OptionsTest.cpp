@@ -56,6 +56,10 @@ TEST(OptionsTest, WhatIsWrongIsNamed) {
     EXPECT_EQ(bad({"--no-such-option"}), "unknown option --no-such-option");
     EXPECT_EQ(bad({"word"}), "unexpected argument word");
     EXPECT_EQ(bad({""}), "unexpected argument ");
+    EXPECT_EQ(bad({"-x"}), "unknown option -x");
+    EXPECT_EQ(bad({"list", "more"}), "unexpected argument more after list");
+    EXPECT_EQ(bad({"mount"}), "mount needs a device: its identifier, serial number or name");
+    EXPECT_EQ(bad({"mount", ""}), "an argument of mount is empty");
     EXPECT_EQ(bad({"--volumes"}), "the option --volumes needs a value");
     EXPECT_EQ(bad({"--volumes="}), "the option --volumes needs a value");
     EXPECT_EQ(bad({"--headless=yes"}), "the option --headless takes no value");
@@ -64,10 +68,43 @@ TEST(OptionsTest, WhatIsWrongIsNamed) {
     EXPECT_EQ(bad({"--first", "--second"}), "unknown option --first");
 }
 
+TEST(OptionsTest, ACommandIsTakenWithItsArguments) {
+    EXPECT_TRUE(good({}).verb.empty());
+    using Words = std::vector<std::string>;
+    EXPECT_EQ(good({"list", "--json"}).verb, Words{"list"});
+    EXPECT_TRUE(good({"--json", "list"}).json);
+    EXPECT_EQ(good({"root", "Blue Phone", "Media"}).verb, (Words{"root", "Blue Phone", "Media"}));
+    EXPECT_EQ(good({"mount", "--", "--odd name"}).verb, (Words{"mount", "--odd name"}));
+    EXPECT_EQ(good({"mount", "--preferences", "/p", "Phone"}).verb, (Words{"mount", "Phone"}));
+    EXPECT_TRUE(good({"--simulate", "list"}).simulate);
+    EXPECT_EQ(good({"doctor", "--volumes", "/v"}).volumes, "/v");
+}
+
+TEST(OptionsTest, OptionsOfAStartAndOfACommandAreNotMixed) {
+    EXPECT_EQ(bad({"--json"}), "the option --json needs a command, as in quillbox list --json");
+    EXPECT_EQ(bad({"list", "--headless"}),
+              "the option --headless is for starting Quillbox, not for list");
+    EXPECT_EQ(bad({"mount", "x", "--volumes=/v"}),
+              "the option --volumes is for starting Quillbox, not for mount");
+    EXPECT_EQ(bad({"quit", "--log-level", "info"}),
+              "the option --log-level is for starting Quillbox, not for quit");
+    EXPECT_EQ(bad({"list", "--simulate=/m"}),
+              "the option --simulate=FOLDER is for starting Quillbox, not for list");
+}
+
+TEST(OptionsTest, TheOptionsThatWereGivenAreKept) {
+    EXPECT_TRUE(good({}).given.empty());
+    EXPECT_EQ(
+        good({"--headless", "--volumes", "/v", "--preferences", "/p", "--log-level=info"}).given,
+        (std::vector<std::string>{"--headless", "--volumes", "/v", "--log-level=info"}));
+}
+
 TEST(OptionsTest, TheHelpNamesEveryOption) {
     for (const std::string each :
          {"--headless", "--simulate[=FOLDER]", "--volumes DIR", "--preferences FILE",
-          "--log-level LEVEL", "--version", "--help"}) {
+          "--log-level LEVEL", "--json", "--version", "--help", "list", "mount DEVICE",
+          "unmount DEVICE", "root DEVICE [Root|Media|APPLICATION]", "info DEVICE", "reveal DEVICE",
+          "quit", "doctor"}) {
         EXPECT_NE(usageText().find(each), std::string::npos) << each;
     }
     EXPECT_TRUE(usageText().starts_with("Usage: quillbox"));

@@ -3,7 +3,6 @@
 #include "Linux/Host/HeadlessWorkspace.h"
 #include "Linux/Host/LocaleCollation.h"
 #include "Linux/Host/ProgramBundle.h"
-#include "Linux/Host/SingleInstance.h"
 #include "Linux/Host/UserFolders.h"
 
 #include <gtest/gtest.h>
@@ -76,34 +75,6 @@ TEST(HeadlessWorkspaceTest, WhatWouldBeShownIsInTheLog) {
     ASSERT_EQ(entries.size(), 2U);
     EXPECT_EQ(entries[0].second, "Mount failed: The device is busy.");
     EXPECT_NE(entries[1].second.find("/Volumes/Blue Phone"), std::string::npos);
-}
-
-TEST(SingleInstanceTest, OneForEachSocketAndPreferenceFile) {
-    const TestFolder folder;
-    using Result = SingleInstance::Result;
-    std::string message;
-    SingleInstance first;
-    ASSERT_EQ(first.take(folder.path(), "/run/mux", "/home/p", &message), Result::Taken);
-    SingleInstance second;
-    EXPECT_EQ(second.take(folder.path(), "/run/mux", "/home/./p", &message), Result::Running);
-    EXPECT_EQ(message, std::to_string(::getpid()));
-    EXPECT_EQ(second.take(folder.path(), "/run/other", "/home/p", &message), Result::Taken);
-    SingleInstance third;
-    EXPECT_EQ(third.take(folder.path(), "/run/mux", "/home/q", &message), Result::Taken);
-    SingleInstance fourth;
-    EXPECT_EQ(fourth.take(folder / "nowhere", "/run/mux", "/home/p", &message), Result::Failed);
-    EXPECT_FALSE(message.empty());
-}
-
-TEST(SingleInstanceTest, TheLockIsFreeAgainAfterItsHolder) {
-    const TestFolder folder;
-    std::string message;
-    {
-        SingleInstance first;
-        ASSERT_EQ(first.take(folder.path(), "a", "b", &message), SingleInstance::Result::Taken);
-    }
-    SingleInstance second;
-    EXPECT_EQ(second.take(folder.path(), "a", "b", &message), SingleInstance::Result::Taken);
 }
 
 TEST(UserFoldersTest, FollowTheEnvironmentAndDistrustOpenFolders) {
