@@ -36,7 +36,7 @@ std::string Device::knownName() const {
     return name_;
 }
 
-std::string Device::serialNumber() const {
+std::string Device::knownSerialNumber() const {
     const std::lock_guard lock{mutex_};
     return serialNumber_;
 }

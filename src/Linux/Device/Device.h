@@ -42,7 +42,7 @@ public:
     std::string name() const;
     /// As the device told them; empty while it did not.
     std::string knownName() const;
-    std::string serialNumber() const;
+    std::string knownSerialNumber() const;
     void setName(const std::string& name, const std::string& serialNumber);
     /// The serial number as far as it is known, else the identifier.
     std::string serialNumber() const;

@@ -258,8 +258,8 @@ std::vector<AttachedDevice> DeviceHub::attached() {
     for (const auto& arrival : arrivals) {
         const std::lock_guard lock{arrival->mutex};
         Device& device = *arrival->device;
-        devices.push_back({device.record, device.udid(), device.knownName(), device.serialNumber(),
-                           arrival->state});
+        devices.push_back({device.record, device.udid(), device.knownName(),
+                           device.knownSerialNumber(), arrival->state});
     }
     return devices;
 }
