@@ -4,6 +4,7 @@
 #include "App/ControlPoint.h"
 #include "App/DeviceControl.h"
 #include "App/DeviceNotices.h"
+#include "App/ExitGuard.h"
 #include "App/InstanceKey.h"
 #include "App/LastResort.h"
 #include "App/Simulation.h"
@@ -210,11 +211,19 @@ private:
             controller.applicationDidFinishLaunching();
             logLine(log_, LogLevel::Info, "Quillbox ", QUILLBOX_VERSION,
                     " is running; volumes appear in ", volumesFolder_, ".");
+            const ExitGuard guard([&] {
+                log_.write(LogLevel::Warning, "The display is gone: Quillbox ends.");
+                loop.setSleeper({});
+                loop.quit();
+                control->serve(nullptr);
+                end(loop, wiring, controller);
+                auto& files = wiring.platform().files;
+                files.removeItemAtPath(files.temporaryDirectory());
+                simulation_.reset();
+            });
             loop.run();
-            lastResort_->arm();
-            loop.allowWaits(kLastWords);
             control->serve(nullptr);
-            end(wiring, controller);
+            end(loop, wiring, controller);
         }
         CommonData::resetSharedInstance();
         log_.write(LogLevel::Info, "Quillbox has ended.");
@@ -236,7 +245,9 @@ private:
         return control;
     }
 
-    static void end(Wiring& wiring, PodController& controller) {
+    void end(host::MainLoop& loop, Wiring& wiring, PodController& controller) {
+        lastResort_->arm();
+        loop.allowWaits(kLastWords);
         wiring.platform().notifications.post(
             {std::string(NSApplicationWillTerminateNotification), nullptr, {}});
         controller.applicationWillTerminate();

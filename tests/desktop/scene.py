@@ -8,8 +8,10 @@ import json
 import os
 import plistlib
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import dbus
@@ -105,6 +107,10 @@ class Desktop:
             raise AssertionError(f"{name} did not start")
         return line
 
+    def log_of(self, name):
+        with open(os.path.join(self.folder, name + ".log"), errors="replace") as log:
+            return log.read()
+
     def stop(self, name):
         process = self.running.pop(name)
         process.terminate()
@@ -160,7 +166,7 @@ class Desktop:
         self.tool("xdotool", "key", "--delay", "30", *names)
 
     def click(self, x, y, button=1):
-        self.tool("xdotool", "mousemove", "--sync", str(x), str(y), "click", str(button))
+        self.tool("xdotool", "mousemove", str(x), str(y), "click", str(button))
 
     def geometry(self, window):
         text = self.tool("xdotool", "getwindowgeometry", "--shell", window)
@@ -264,6 +270,15 @@ class DesktopTest(DeviceTest):
         self.addCleanup(self.desktop.end)
         # The program ends before its desktop.
         self.addCleanup(self.end_programs)
+
+    @classmethod
+    def setUpClass(cls):
+        # Making a key takes longer than most tests: the devices of a class share one.
+        cls.keys = tempfile.mkdtemp(prefix="quillbox-test-")
+        cls.addClassCleanup(shutil.rmtree, cls.keys, ignore_errors=True)
+
+    def start_simulator(self, *options):
+        return super().start_simulator("--key", os.path.join(self.keys, "key"), *(options or self.DEVICES))
 
     def end_programs(self):
         for each in self.running:

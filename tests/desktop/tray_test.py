@@ -102,13 +102,18 @@ class ThroughAPanel(DesktopTest):
         self.quillbox = self.start_on_screen(self.simulator)
         self.quillbox.wait_notifier()
         plain = self.quillbox.item_property("IconPixmap")
+        # What is sent to the desktop's notifications, whoever shows them.
+        self.desktop.start("dbus-monitor", ["dbus-monitor", "--session",
+                                            "interface='org.freedesktop.Notifications',member='Notify'"])
         self.simulator.ctl("attach", udid)
         wait_for(lambda: "tap Trust" in self.quillbox.tool_tip(), 20 * PATIENCE, "the tool tip says what to do")
         self.assertNotEqual(self.quillbox.item_property("IconPixmap"), plain)
         self.wait_titles(NOBODY)
+        wait_for(lambda: "tap Trust" in self.desktop.log_of("dbus-monitor"), 20 * PATIENCE, "a notification")
         self.simulator.ctl("trust", udid)
         self.quillbox.wait_mounted(VOLUME)
         wait_for(lambda: self.quillbox.tool_tip() == "", 20 * PATIENCE, "nothing to say")
+        self.assertEqual(self.desktop.log_of("dbus-monitor").count("member=Notify"), 1)
 
     def test_a_panel_that_comes_again_gets_the_item(self):
         self.start()
@@ -216,6 +221,17 @@ class InTheXServersTray(DesktopTest):
         self.assertEqual(os.listdir(again.volumes), [VOLUME])
         self.assertEqual(again.terminate(), 0)
         self.assertEqual(os.listdir(again.volumes), [])
+
+
+class TheDisplayEnds(DesktopTest):
+    def test_volumes_are_unmounted(self):
+        simulator = self.start_simulator()
+        quillbox = self.start_on_screen(simulator)
+        quillbox.wait_mounted(VOLUME)
+        self.desktop.stop("openbox")
+        self.desktop.stop("Xvfb")
+        self.assertEqual(quillbox.process.wait(20 * PATIENCE), 0)
+        self.assertEqual(os.listdir(quillbox.volumes), [])
 
 
 class WithoutADisplay(DesktopTest):

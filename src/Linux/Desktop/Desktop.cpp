@@ -2,7 +2,9 @@
 #include "Linux/Desktop/Desktop.h"
 
 #include "Linux/Desktop/Alerts.h"
+#include "Linux/Desktop/ApplicationObject.h"
 #include "Linux/Desktop/Choices.h"
+#include "Linux/Desktop/DesktopApplication.h"
 #include "Linux/Desktop/DesktopWorkspace.h"
 #include "Linux/Desktop/EventPump.h"
 #include "Linux/Desktop/Icons.h"
@@ -10,87 +12,7 @@
 #include "Linux/Desktop/Notices.h"
 #include "Linux/Desktop/Tray.h"
 
-#include <QApplication>
-#include <QIcon>
-#include <QLibraryInfo>
-#include <QLocale>
-#include <QTranslator>
-#include <QWidget>
-
-#include <array>
-
 namespace quillbox::desktop {
-
-namespace {
-
-/// The library's application object with the program's name in place.
-class ApplicationObject {
-public:
-    ApplicationObject(const std::string& applicationId, const Bundle& bundle) {
-        QApplication::setApplicationName(QStringLiteral("quillbox"));
-        QApplication::setDesktopFileName(text(applicationId));
-        QApplication::setQuitOnLastWindowClosed(false);
-        translate(bundle);
-        if (const auto icon = bundle.pathForResource("QuillboxIcon", "png")) {
-            QApplication::setWindowIcon(QIcon::fromTheme(text(applicationId), QIcon(text(*icon))));
-        }
-    }
-
-private:
-    /// Into the first of the user's languages that there is a translation for.
-    void translate(const Bundle& bundle) {
-        const auto languages = QLocale().uiLanguages();
-        for (QString language : languages) {
-            language.replace(QLatin1Char('-'), QLatin1Char('_'));
-            const auto path = bundle.pathForResource("quillbox_" + language.toStdString(), "qm");
-            if (path && own_.load(text(*path))) {
-                QApplication::installTranslator(&own_);
-                if (library_.load(QStringLiteral("qtbase_") + language,
-                                  QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
-                    QApplication::installTranslator(&library_);
-                }
-                return;
-            }
-            if (language.startsWith(QLatin1String("en"))) {
-                return;
-            }
-        }
-    }
-
-    std::array<char, 9> name_{"quillbox"};
-    std::array<char*, 2> arguments_{name_.data(), nullptr};
-    int count_ = 1;
-    QApplication application_{count_, arguments_.data()};
-    QTranslator own_;
-    QTranslator library_;
-};
-
-class DesktopApplication final : public Application {
-public:
-    explicit DesktopApplication(const Choices& choices) : choices_(choices) {}
-
-    void arrangeInFront() override {
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (window->isVisible() && window->windowType() != Qt::Popup) {
-                window->raise();
-            }
-        }
-    }
-
-    void activate(bool ignoringOtherApps) override {
-        // The window that was shown last has asked for the keyboard already.
-        if (QWidget* window = QApplication::activeWindow(); ignoringOtherApps && window) {
-            window->activateWindow();
-        }
-    }
-
-    void terminate() override { choices_.quit(); }
-
-private:
-    const Choices& choices_;
-};
-
-}  // namespace
 
 class Desktop::Parts {
 public:
