@@ -101,7 +101,7 @@ std::optional<AFCData> AFCInterface::readFromFile(AFCFileRef file, std::uint32_t
     if (platform_.afc.AFCFileRefSeek(afc_handle_, file, offset, kFromTheStart) != kAFCSuccess) {
         return std::nullopt;
     }
-    AFCData data(*size);
+    AFCData data(std::max<std::size_t>(*size, 1));  // a request for nothing has a buffer too
     std::uint64_t length = *size;
     const AFCError error = platform_.afc.AFCFileRefRead(afc_handle_, file, data.data(), &length);
     if (error != kAFCSuccess) {
