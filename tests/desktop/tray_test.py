@@ -125,6 +125,27 @@ class ThroughAPanel(DesktopTest):
         self.quillbox.wait_notifier()
         self.wait_titles(PHONE)
 
+    def test_quitting_ends_a_wait_for_a_device_that_does_not_answer(self):
+        self.start()
+        self.quillbox.wait_mounted(VOLUME)
+        self.simulator.ctl("stall", self.simulator.udids[0])
+        self.quillbox.choose(PHONE, "Device Info")
+        wait_for(lambda: "Waiting: " in self.quillbox.tool_tip(), 20 * PATIENCE, "the tool tip says what for")
+        # What is chosen meanwhile waits its turn; the menu goes on to be shown.
+        self.quillbox.choose("About Quillbox")
+        self.assertIn(PHONE, self.quillbox.titles())
+        self.assertEqual(self.desktop.windows("About Quillbox"), [])
+        self.quillbox.choose("Quit")
+        self.assertEqual(self.quillbox.process.wait(15 * PATIENCE), 0)
+        self.assertEqual(os.listdir(self.quillbox.volumes), [])
+
+    def test_a_second_start_shows_a_window_of_the_first(self):
+        self.start()
+        self.assertEqual(self.desktop.windows("Welcome to Quillbox"), [])
+        second = self.start_on_screen(self.simulator)
+        self.assertEqual(second.process.wait(20 * PATIENCE), 0)
+        self.desktop.wait_window("Welcome to Quillbox")
+
     def test_a_menu_that_asks_for_what_is_not_there_gets_an_error(self):
         import dbus
         self.start()

@@ -164,36 +164,58 @@ class Windows(DesktopTest):
         self.assertEqual(self.quillbox.terminate(), 0)
         self.assertEqual(os.listdir(self.quillbox.volumes), [])
 
-    def test_reveal_opens_the_folder_in_the_desktops_file_manager(self):
+    def make_file_manager(self):
+        """Makes a program the desktop's handler for folders; answers the file that it writes their names to."""
         opened = os.path.join(self.folder, "opened")
         applications = os.path.join(self.desktop.home, "data", "applications")
-        with open(os.path.join(self.folder, "manager"), "w") as script:
+        manager = os.path.join(self.folder, "manager")
+        with open(manager, "w") as script:
             script.write(f"#!/bin/sh\nprintf '%s\\n' \"$1\" >>'{opened}'\n")
-        os.chmod(os.path.join(self.folder, "manager"), 0o755)
+        os.chmod(manager, 0o755)
         with open(os.path.join(applications, "manager.desktop"), "w") as entry:
             entry.write("[Desktop Entry]\nType=Application\nName=Manager\nMimeType=inode/directory;\n"
-                        f"Exec={self.folder}/manager %f\n")
+                        f"Exec={manager} %f\n")
         with open(os.path.join(applications, "mimeapps.list"), "w") as defaults:
             defaults.write("[Default Applications]\ninode/directory=manager.desktop\n")
+        return opened
+
+    def asked(self, opened):
+        if not os.path.exists(opened):
+            return ""
+        with open(opened, encoding="utf-8") as file:
+            return urllib.parse.unquote(file.read())
+
+    def test_reveal_opens_the_folder_in_the_desktops_file_manager(self):
+        opened = self.make_file_manager()
         self.start()
         self.quillbox.wait_mounted(VOLUME)
         wait_for(lambda: self.quillbox.item(PHONE, "Reveal In Finder")["enabled"], 20 * PATIENCE, "it can be revealed")
         self.quillbox.choose(PHONE, "Reveal In Finder")
+        wait_for(lambda: self.quillbox.volume(VOLUME) in self.asked(opened), 20 * PATIENCE,
+                 "the file manager is asked for the volume")
 
-        def asked():
-            if not os.path.exists(opened):
-                return ""
-            with open(opened, encoding="utf-8") as file:
-                return file.read()
-        wait_for(lambda: asked().endswith("\n"), 20 * PATIENCE, "the file manager is asked")
-        self.assertIn(self.quillbox.volume(VOLUME), urllib.parse.unquote(asked()))
+    def test_a_report_of_a_crash_is_told_once_and_shown(self):
+        opened = self.make_file_manager()
+        reports = os.path.join(self.folder, "home", ".state", "quillbox", "crashes")
+        os.makedirs(reports)
+        with open(os.path.join(reports, "20260101-000000-1.crash"), "w") as report:
+            report.write("Quillbox\n")
+        self.start()
+        self.desktop.focus("Quillbox")
+        self.desktop.screenshot("crash")
+        self.desktop.keys("Tab", "Return")  # the second button shows the folder
+        wait_for(lambda: reports in self.asked(opened), 20 * PATIENCE, "the folder is shown")
+        self.assertEqual(self.quillbox.terminate(), 0)
+        again = self.start_on_screen(self.simulator)
+        again.wait_notifier()
+        again.wait_mounted(VOLUME)
+        self.assertEqual(self.desktop.windows("Quillbox"), [])
 
     def test_a_failed_mount_is_an_alert_and_another_device_is_mounted_all_the_same(self):
-        self.simulator = self.start_simulator("--devices", "2", "--no-afc2")
+        self.simulator = self.start_simulator("--devices", "3", "--no-afc2")
         blocked = os.path.join(self.folder, "Volumes")
-        first, second = self.simulator.udids
-        self.simulator.ctl("detach", first)
-        self.simulator.ctl("detach", second)
+        first, second, third = self.simulator.udids
+        self.simulator.ctl("detach", "all")
         self.quillbox = self.start_on_screen(self.simulator)
         self.quillbox.wait_notifier()
         os.rmdir(blocked)
@@ -201,11 +223,17 @@ class Windows(DesktopTest):
             pass
         self.simulator.ctl("attach", first)
         self.desktop.wait_window("Quillbox")
+        self.simulator.ctl("attach", third)
+        wait_for(lambda: self.quillbox.log_text().count("Alert: Mount Failed") == 2, 20 * PATIENCE, "two failures")
+        self.assertEqual(len(self.desktop.windows("Quillbox")), 1)  # the second alert waits for the first to end
         self.desktop.screenshot("mount-failed")
         os.remove(blocked)
         os.mkdir(blocked)
         self.simulator.ctl("attach", second)
         self.quillbox.wait_mounted("Red Phone (Media)")
+        one = self.desktop.focus("Quillbox")
+        self.desktop.keys("Return")
+        wait_for(lambda: self.desktop.windows("Quillbox") not in ([], [one]), 20 * PATIENCE, "the other alert")
         self.desktop.focus("Quillbox")
         self.desktop.keys("Return")
         self.desktop.wait_no_window("Quillbox")

@@ -147,6 +147,16 @@ TEST_F(TrustTest, PendingThenTrusted) {
     EXPECT_EQ(log.count("unlock the device and tap Trust"), 1U);
 }
 
+TEST_F(TrustTest, ItsEndIsToldForADeviceThatNeverWasTrustedToo) {
+    start({"--devices", "1", "--untrusted", "--detached"});
+    observe();
+    simulator->control({"attach", udidOf(1)});
+    ASSERT_TRUE(logged("unlock the device and tap Trust"));
+    simulator->control({"detach", udidOf(1)});
+    EXPECT_TRUE(loop.runUntil([&] { return states().size() == 2; }));
+    EXPECT_EQ(states(), (std::vector{DeviceTrustState::DialogPending, DeviceTrustState::Gone}));
+}
+
 TEST_F(TrustTest, TrustedWithoutAnEventIsFoundByAskingAgain) {
     start({"--devices", "1", "--untrusted", "--detached"});
     simulator->control({"attach", udidOf(1)});
