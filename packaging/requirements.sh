@@ -7,9 +7,10 @@
 BUILD_PACKAGES=(build-essential ca-certificates ccache cmake fuse3 git libfuse3-dev libicu-dev libimobiledevice-dev
     libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev libxcb1-dev ninja-build pkg-config qt6-base-dev xdg-utils)
 
-TEST_PACKAGES=("${BUILD_PACKAGES[@]}" attr clang-format-14 clang-tidy-14 coreutils dbus-bin dbus-daemon findutils
-    icnsutils imagemagick libglib2.0-bin libgtest-dev libimobiledevice-utils libjpeg-turbo-progs lxqt-panel openbox procps
-    psmisc python3 python3-dbus rsync tar tint2 util-linux x11-utils xclip xdotool xvfb)
+TEST_PACKAGES=("${BUILD_PACKAGES[@]}" appstream attr bash clang-format-14 clang-tidy-14 coreutils dbus-bin
+    dbus-daemon desktop-file-utils findutils fish groff-base icnsutils imagemagick libglib2.0-bin libgtest-dev
+    libimobiledevice-utils libjpeg-turbo-progs lxqt-panel openbox procps psmisc python3 python3-dbus rsync tar tint2
+    util-linux x11-utils xclip xdotool xvfb zsh)
 
 # install_packages PURPOSE PACKAGE... : installs those that are missing, and says so. Nothing is asked for.
 install_packages() {
