@@ -17,7 +17,9 @@
 #include "Linux/Control/SingleInstance.h"
 #include "Linux/Control/VerbClient.h"
 #include "Linux/Control/Verbs.h"
+#include "Linux/Desktop/ApplicationBus.h"
 #include "Linux/Desktop/Display.h"
+#include "Linux/Host/AutostartEntries.h"
 #include "Linux/Host/CrashReports.h"
 #include "Linux/Host/Signals.h"
 #include "Linux/Host/SystemLog.h"
@@ -202,8 +204,10 @@ private:
             PodController controller;
             DeviceControl verbs(loop, wiring.platform().notifications, wiring.devices(), mounted_,
                                 options_.given);
+            std::optional<desktop::ApplicationBus> bus;
             if (desktop != nullptr) {
                 verbs.setRaise([&controller] { controller.showWelcomeScreen(nullptr); });
+                bus.emplace(host::AutostartEntries::kApplicationId, busActions(loop, controller));
             }
             const auto control = openControl(loop);
             control->serve(&verbs);
@@ -227,6 +231,21 @@ private:
         }
         CommonData::resetSharedInstance();
         log_.write(LogLevel::Info, "Quillbox has ended.");
+    }
+
+    /// What other programs may ask for over the session bus. Windows wait for their turn of the
+    /// loop; the end waits for nobody.
+    static desktop::ApplicationBus::Actions busActions(host::MainLoop& loop,
+                                                       PodController& controller) {
+        const auto show = [&loop, &controller](void (PodController::*action)(const void*)) {
+            return [&loop, &controller, action] {
+                loop.post([&controller, action] { (controller.*action)(nullptr); });
+            };
+        };
+        return {{"", show(&PodController::showWelcomeScreen)},
+                {"preferences", show(&PodController::showPreferencesController)},
+                {"about", show(&PodController::showAboutThisApp)},
+                {"quit", [&loop] { loop.quit(); }}};
     }
 
     /// Without a socket for its verbs the program would be out of reach: then it does not start.
