@@ -49,6 +49,16 @@ AFCError SessionVolumeBacking::setFileSize(const std::string& path, const GMUser
     return afc_.AFCTruncatePath(connection, phone->devicePathForVolumePath(path), size);
 }
 
+AFCError SessionVolumeBacking::finishWrites(const GMUserData& userData) {
+    const AFCFileRef file = openFile(userData);
+    if (file == 0) {
+        return kAFCSuccess;
+    }
+    const auto phone = session();
+    return phone ? afc_.AFCFileRefSettle(phone->myConnection(), file)
+                 : AFCError{kAFCConnectionLost};
+}
+
 AFCError SessionVolumeBacking::setModificationTime(const std::string& path,
                                                    std::int64_t nanoseconds) {
     if (nanoseconds < 0) {

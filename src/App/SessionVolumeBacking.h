@@ -26,6 +26,10 @@ public:
 
     AFCError lastFailure() override { return afc_.lastFailure(); }
 
+    void answerWritesEarly(bool early) override { afc_.answerWritesEarly(early); }
+
+    AFCError finishWrites(const GMUserData& userData) override;
+
     AFCError setFileSize(const std::string& path, const GMUserData& userData,
                          std::uint64_t size) override;
     AFCError setModificationTime(const std::string& path, std::int64_t nanoseconds) override;

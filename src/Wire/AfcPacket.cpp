@@ -40,18 +40,22 @@ Decoded<AfcHeader> decodeAfcHeader(ByteView bytes, const AfcLimits& limits) {
     return header;
 }
 
-Bytes makeAfcHead(std::uint64_t packetNumber, AfcOperation operation, ByteView parameters,
-                  std::uint64_t dataLength) {
+void appendAfcHead(Bytes& bytes, std::uint64_t packetNumber, AfcOperation operation,
+                   ByteView parameters, std::uint64_t dataLength) {
     AfcHeader header;
     header.thisLength = kAfcHeaderSize + parameters.size();
     header.entireLength = header.thisLength + dataLength;
     header.packetNumber = packetNumber;
     header.operation = operation;
-    const auto fixed = encodeAfcHeader(header);
+    append(bytes, encodeAfcHeader(header));
+    append(bytes, parameters);
+}
+
+Bytes makeAfcHead(std::uint64_t packetNumber, AfcOperation operation, ByteView parameters,
+                  std::uint64_t dataLength) {
     Bytes head;
-    head.reserve(fixed.size() + parameters.size());
-    append(head, fixed);
-    append(head, parameters);
+    head.reserve(kAfcHeaderSize + parameters.size());
+    appendAfcHead(head, packetNumber, operation, parameters, dataLength);
     return head;
 }
 

@@ -41,6 +41,11 @@ struct AfcHeader {
 /// success the lengths can be subtracted and allocated without further thought.
 Decoded<AfcHeader> decodeAfcHeader(ByteView bytes, const AfcLimits& limits = {});
 
+/// Appends header and parameters of a packet whose bulk data, `dataLength` bytes, is sent behind
+/// it.
+void appendAfcHead(Bytes& bytes, std::uint64_t packetNumber, AfcOperation operation,
+                   ByteView parameters, std::uint64_t dataLength = 0);
+
 /// Header and parameters of a packet whose bulk data, `dataLength` bytes, is sent behind it.
 [[nodiscard]] Bytes makeAfcHead(std::uint64_t packetNumber, AfcOperation operation,
                                 ByteView parameters, std::uint64_t dataLength = 0);

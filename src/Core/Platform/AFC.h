@@ -110,6 +110,18 @@ public:
                                            std::uint64_t size) = 0;
     virtual AFCError AFCFileRefClose(AFCConnectionRef connection, AFCFileRef file) = 0;
 
+    /// From now on, and until it is said otherwise, a write of the calling thread may answer as
+    /// soon as its bytes are on their way. A failure of such a write is answered by the next write
+    /// to that file, by `AFCFileRefSettle` or by its close, whichever is first. Off to begin with;
+    /// without effect on the main thread.
+    virtual void answerWritesEarly(bool /*early*/) {}
+
+    /// Waits until the device has answered every write to a file. 0, or the first failure that no
+    /// call has answered yet.
+    virtual AFCError AFCFileRefSettle(AFCConnectionRef /*connection*/, AFCFileRef /*file*/) {
+        return kAFCSuccess;
+    }
+
     /// Renames; an existing file at `to` is replaced.
     virtual AFCError AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                                    const std::string& to) = 0;

@@ -28,6 +28,14 @@ public:
     /// The device's last failure since `beginCall` on this thread, 0 when there was none.
     virtual AFCError lastFailure() = 0;
 
+    /// Whether the delegate's writes of the calling thread may answer before the device has; the
+    /// failure of one is answered by the next write to that file or by `finishWrites`.
+    virtual void answerWritesEarly(bool /*early*/) {}
+
+    /// Waits until the device has taken all that was written to an open file. 0 or the device's
+    /// reason for the first write that failed and that nobody was told of.
+    virtual AFCError finishWrites(const GMUserData& /*userData*/) { return kAFCSuccess; }
+
     /// Sets a file's size; through the open file where `userData` is given (the path may be gone by
     /// then), else by path. 0 or the device's reason.
     virtual AFCError setFileSize(const std::string& path, const GMUserData& userData,

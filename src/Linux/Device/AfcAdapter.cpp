@@ -15,6 +15,7 @@ using wire::AfcOperation;
 using wire::AfcParameters;
 
 thread_local AFCError lastFailureOfThread = kAFCSuccess;
+thread_local bool earlyWritesOfThread = false;
 
 AFCError note(AFCError error) {
     if (error != kAFCSuccess) {
@@ -58,11 +59,11 @@ AFCError AfcAdapter::onFile(AFCConnectionRef connection, AFCFileRef file, Work w
 }
 
 AFCError AfcAdapter::perform(AFCConnectionRef connection, AfcOperation operation,
-                             AfcParameters parameters) {
-    return onConnection(connection,
-                        [operation, parameters = std::move(parameters)](AfcConnection& used) {
-                            return performRequest(used, operation, parameters);
-                        });
+                             AfcParameters parameters, InformationWindow::Change change) {
+    return onConnection(connection, [operation, parameters = std::move(parameters),
+                                     change = std::move(change)](AfcConnection& used) {
+        return performRequest(used, operation, parameters, change);
+    });
 }
 
 AFCError AfcAdapter::AFCConnectionOpen(AFCConnectionRef service, std::uint32_t /*ioTimeout*/,
@@ -111,7 +112,7 @@ AFCError AfcAdapter::AFCFileInfoOpen(AFCConnectionRef connection, const std::str
     auto answer = std::make_shared<KeyValueHandle>();
     answer->owner = connection;
     const AFCError error = onConnection(connection, [answer, path](AfcConnection& used) {
-        return readFileInfo(used, path, answer->pairs);
+        return readFileInfo(used, path, *answer);
     });
     if (error == kAFCSuccess) {
         *info = handles_->keyValues.add(answer);
@@ -136,6 +137,10 @@ AFCError AfcAdapter::AFCKeyValueRead(AFCKeyValueRef info, const char** key, cons
 
 AFCError AfcAdapter::AFCKeyValueClose(AFCKeyValueRef info) {
     const auto answer = handles_->keyValues.take(info);
+    if (answer && answer->window && answer->next == 0) {
+        // Only a test whether it is there: the next question gets what this one had.
+        answer->window->wasNotRead(answer->information);
+    }
     const bool known = answer && handles_->connections.find(answer->owner);
     return note(known ? kAFCSuccess : kAFCConnectionLost);
 }
@@ -175,7 +180,8 @@ AFCError AfcAdapter::AFCDirectoryClose(AFCConnectionRef connection, AFCDirectory
 }
 
 AFCError AfcAdapter::AFCDirectoryCreate(AFCConnectionRef connection, const std::string& path) {
-    return perform(connection, AfcOperation::MakeDirectory, AfcParameters{}.path(path));
+    return perform(connection, AfcOperation::MakeDirectory, AfcParameters{}.path(path),
+                   {.path = path, .mayAppear = true, .isFolder = true});
 }
 
 AFCError AfcAdapter::AFCFileRefOpen(AFCConnectionRef connection, const std::string& path,
@@ -251,11 +257,12 @@ AFCError AfcAdapter::AFCFileRefWrite(AFCConnectionRef connection, AFCFileRef fil
     }
     const wire::ByteView bytes{static_cast<const std::byte*>(buffer), length};
     if (!handle->connection->device()->platform().isMainThread()) {
-        return note(writeFile(*handle, bytes));
+        return note(writeFile(*handle, bytes, earlyWritesOfThread));
     }
     // The wait may end first: then the bytes must still be there.
     auto copy = std::make_shared<wire::Bytes>(bytes.begin(), bytes.end());
-    return onFile(connection, file, [copy](FileHandle& used) { return writeFile(used, *copy); });
+    return onFile(connection, file,
+                  [copy](FileHandle& used) { return writeFile(used, *copy, false); });
 }
 
 AFCError AfcAdapter::AFCFileRefSetFileSize(AFCConnectionRef connection, AFCFileRef file,
@@ -272,13 +279,23 @@ AFCError AfcAdapter::AFCFileRefClose(AFCConnectionRef connection, AFCFileRef fil
     return onConnection(connection, [handle](AfcConnection&) { return closeFile(*handle); });
 }
 
+void AfcAdapter::answerWritesEarly(bool early) {
+    earlyWritesOfThread = early;
+}
+
+AFCError AfcAdapter::AFCFileRefSettle(AFCConnectionRef connection, AFCFileRef file) {
+    return onFile(connection, file, [](FileHandle& handle) { return settleFile(handle); });
+}
+
 AFCError AfcAdapter::AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                                    const std::string& to) {
-    return perform(connection, AfcOperation::Rename, AfcParameters{}.path(from).path(to));
+    return perform(connection, AfcOperation::Rename, AfcParameters{}.path(from).path(to),
+                   {.path = to, .oldPath = from, .mayAppear = true, .namesChange = true});
 }
 
 AFCError AfcAdapter::AFCRemovePath(AFCConnectionRef connection, const std::string& path) {
-    return perform(connection, AfcOperation::RemovePath, AfcParameters{}.path(path));
+    return perform(connection, AfcOperation::RemovePath, AfcParameters{}.path(path),
+                   {.oldPath = path, .namesChange = true});
 }
 
 AFCError AfcAdapter::AFCLinkPath(AFCConnectionRef connection, AFCLinkType type,
@@ -287,18 +304,20 @@ AFCError AfcAdapter::AFCLinkPath(AFCConnectionRef connection, AFCLinkType type,
     const bool hard = type == kAFCHardLink;
     return perform(
         connection, AfcOperation::MakeLink,
-        AfcParameters{}.word(type).path(hard ? first : second).path(hard ? second : first));
+        AfcParameters{}.word(type).path(hard ? first : second).path(hard ? second : first),
+        {.path = hard ? second : first, .mayAppear = true, .makesAlias = hard});
 }
 
 AFCError AfcAdapter::AFCTruncatePath(AFCConnectionRef connection, const std::string& path,
                                      std::uint64_t size) {
-    return perform(connection, AfcOperation::TruncatePath, AfcParameters{}.word(size).path(path));
+    return perform(connection, AfcOperation::TruncatePath, AfcParameters{}.word(size).path(path),
+                   {.path = path, .isContent = true});
 }
 
 AFCError AfcAdapter::AFCSetModificationTime(AFCConnectionRef connection, const std::string& path,
                                             std::uint64_t nanoseconds) {
     return perform(connection, AfcOperation::SetModificationTime,
-                   AfcParameters{}.word(nanoseconds).path(path));
+                   AfcParameters{}.word(nanoseconds).path(path), {.path = path});
 }
 
 }  // namespace quillbox::device

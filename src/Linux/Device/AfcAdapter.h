@@ -51,6 +51,8 @@ public:
     AFCError AFCFileRefSetFileSize(AFCConnectionRef connection, AFCFileRef file,
                                    std::uint64_t size) override;
     AFCError AFCFileRefClose(AFCConnectionRef connection, AFCFileRef file) override;
+    void answerWritesEarly(bool early) override;
+    AFCError AFCFileRefSettle(AFCConnectionRef connection, AFCFileRef file) override;
 
     AFCError AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                            const std::string& to) override;
@@ -73,8 +75,9 @@ private:
     /// Work with an open file and the client that knows it: `work(FileHandle&)`.
     template <typename Work>
     AFCError onFile(AFCConnectionRef connection, AFCFileRef file, Work work);
+    /// A request that changes something.
     AFCError perform(AFCConnectionRef connection, wire::AfcOperation operation,
-                     wire::AfcParameters parameters);
+                     wire::AfcParameters parameters, InformationWindow::Change change);
 
     const std::shared_ptr<Handles> handles_;
     Workers& workers_;

@@ -2,29 +2,16 @@
 #include "Linux/Device/AfcClient.h"
 
 #include <algorithm>
-#include <array>
+#include <chrono>
 #include <utility>
 
 namespace quillbox::device {
 
-namespace {
-
-/// A status, a handle or a position is one word; more room than that is only courtesy.
-constexpr std::size_t kMaxWordAnswer = 256;
-constexpr AFCError kLargestStatus = 0xFF;
-
-/// A device's status word as an answer of ours. A word that is no status must not be cut down to
-/// one, success least of all.
-AFCError errorOf(std::uint64_t status) {
-    return status > kLargestStatus ? AFCError{kAFCUnknownError} : static_cast<AFCError>(status);
-}
-
-}  // namespace
-
 AfcClient::AfcClient(std::unique_ptr<ServiceConnection> connection,
                      std::function<void(const std::string&)> onBroken)
     : connection_{std::move(connection)},
-      breaker_{connection_->stream().breaker()},
+      stream_{connection_->stream()},
+      breaker_{stream_.breaker()},
       onBroken_{std::move(onBroken)} {}
 
 void AfcClient::breakNow() {
@@ -33,207 +20,262 @@ void AfcClient::breakNow() {
 }
 
 AFCError AfcClient::breakFor(const std::string& reason) {
+    Lock lock{mutex_};
+    broke(reason);
+    return ended(lock);
+}
+
+/// Under the lock, so that no request that waits for its turn goes out any more.
+bool AfcClient::broke(const std::string& reason) {
     if (!broken_.exchange(true)) {
-        breaker_.breakNow();
+        reason_ = reason;
+    }
+    breaker_.breakNow();
+    return false;
+}
+
+AFCError AfcClient::ended(Lock& lock) {
+    for (; first_ != end_; ++first_) {
+        AfcInFlight& each = oldest();
+        if (each.outstanding) {
+            --each.outstanding->requests;
+            each.outstanding->bytes -= each.bytes;
+            if (each.outstanding->firstFailure == kAFCSuccess) {
+                each.outstanding->firstFailure = kAFCConnectionLost;
+                each.outstanding->failedOperation = each.operation;
+            }
+        }
+        if (each.answer != nullptr) {
+            each.answer->error = kAFCConnectionLost;
+            each.answer->done.store(true, std::memory_order_release);
+        }
+        each = {};
+    }
+    outgoing_.clear();
+    const std::string reason = std::exchange(reason_, {});
+    lock.unlock();
+    if (!reason.empty()) {
         onBroken_(reason);
     }
     return kAFCConnectionLost;
 }
 
-AFCError AfcClient::exchange(wire::AfcOperation operation, const wire::AfcParameters& parameters,
-                             wire::ByteView data, Answer& answer) {
-    if (!parameters.valid()) {
-        return kAFCInvalidArgument;
-    }
-    std::string broken;
-    AFCError error = kAFCConnectionLost;
-    {
-        const std::lock_guard lock{mutex_};
-        if (broken_) {
-            return kAFCConnectionLost;
-        }
-        error = exchangeLocked(operation, parameters, data, answer, broken);
-        if (broken.empty()) {
-            return error;
-        }
-        // Under the lock, so that no request that waits for its turn goes out any more.
-        if (broken_.exchange(true)) {
-            return error;
-        }
-        breaker_.breakNow();
-    }
-    onBroken_(broken);
-    return error;
+AfcInFlight& AfcClient::enqueue(wire::AfcOperation operation, wire::ByteView parameters,
+                                std::size_t dataLength) {
+    wire::appendAfcHead(outgoing_, ++packetNumber_, operation, parameters, dataLength);
+    AfcInFlight& added = inFlight_[end_++ % kMaxInFlight];
+    added.number = packetNumber_;
+    added.operation = operation;
+    added.bytes = dataLength;
+    return added;
 }
 
-AFCError AfcClient::exchangeLocked(wire::AfcOperation operation,
-                                   const wire::AfcParameters& parameters, wire::ByteView data,
-                                   Answer& answer, std::string& broken) {
-    const std::uint64_t number = ++packetNumber_;
-    ByteStream& stream = connection_->stream();
-    if (!stream.send(wire::makeAfcHead(number, operation, parameters.bytes(), data.size()), data)) {
-        broken = stream.error();
-        return kAFCConnectionLost;
+void AfcClient::answered() {
+    AfcInFlight& request = oldest();
+    if (request.outstanding) {
+        --request.outstanding->requests;
+        request.outstanding->bytes -= request.bytes;
+        request.outstanding.reset();
     }
-    return receiveAnswer(number, answer, broken);
+    if (request.answer != nullptr) {
+        request.answer->done.store(true, std::memory_order_release);
+        request.answer = nullptr;
+    }
+    request.keep.reset();
+    ++first_;
 }
 
-AFCError AfcClient::receiveAnswer(std::uint64_t number, Answer& answer, std::string& broken) {
-    ByteStream& stream = connection_->stream();
-    std::array<std::byte, wire::kAfcHeaderSize> head{};
-    if (!stream.receive(head)) {
-        broken = stream.error();
-        return kAFCConnectionLost;
-    }
-    const auto header = wire::decodeAfcHeader(head, {kMaxWordAnswer, kMaxListing});
-    if (!header) {
-        broken = "a malformed answer: " + std::string{wire::describe(header.error())};
-        return kAFCConnectionLost;
-    }
-    if (header->packetNumber != number) {
-        broken = "an answer to another request";
-        return kAFCConnectionLost;
-    }
-    const std::uint64_t length = header->entireLength - wire::kAfcHeaderSize;
-    if (header->operation == wire::AfcOperation::Data &&
-        answer.expected == wire::AfcOperation::Data) {
-        return receiveBody(length, answer, broken) ? AFCError{kAFCSuccess}
-                                                   : AFCError{kAFCConnectionLost};
-    }
-    if (header->operation != wire::AfcOperation::Status && header->operation != answer.expected) {
-        broken = "an answer of another kind";
-        return kAFCConnectionLost;
-    }
-    std::array<std::byte, kMaxWordAnswer> body{};
-    if (length < sizeof(std::uint64_t) || length > body.size()) {
-        broken = "a malformed answer: a length of " + std::to_string(length);
-        return kAFCConnectionLost;
-    }
-    if (!stream.receive(std::span{body}.first(length))) {
-        broken = stream.error();
-        return kAFCConnectionLost;
-    }
-    answer.word = wire::loadLittle<std::uint64_t>(body);
-    if (header->operation == answer.expected) {
-        return answer.expected == wire::AfcOperation::Status ? errorOf(answer.word)
-                                                             : AFCError{kAFCSuccess};
-    }
-    const AFCError error = errorOf(answer.word);
-    if (error == kAFCSuccess) {
-        broken = "a success without what was asked for";
-        return kAFCConnectionLost;
-    }
-    return error;
-}
-
-bool AfcClient::receiveBody(std::uint64_t length, Answer& answer, std::string& broken) {
-    ByteStream& stream = connection_->stream();
-    if (answer.collected == nullptr) {
-        if (length > answer.into.size()) {
-            broken = "more data than was asked for";
-            return false;
-        }
-        answer.moved = length;
-        if (!stream.receive(answer.into.first(length))) {
-            broken = stream.error();
-            return false;
-        }
-        return true;
-    }
-    // A length alone reserves no memory: the bytes must come.
-    constexpr std::uint64_t kStep = 1U << 20U;
-    wire::Bytes& all = *answer.collected;
-    while (all.size() < length) {
-        const std::size_t at = all.size();
-        all.resize(std::min<std::uint64_t>(length, at + kStep));
-        if (!stream.receive(std::span{all}.subspan(at))) {
-            broken = stream.error();
-            return false;
+/// Takes in what has arrived. False: the connection broke.
+bool AfcClient::takeAnswers() {
+    while (first_ != end_) {
+        switch (reader_.step(stream_, oldest())) {
+        case AfcAnswerReader::Step::Answered:
+            answered();
+            break;
+        case AfcAnswerReader::Step::NothingThere:
+            return true;
+        case AfcAnswerReader::Step::Broken:
+            return broke(reader_.reason());
         }
     }
     return true;
 }
 
-AFCError AfcClient::perform(wire::AfcOperation operation, const wire::AfcParameters& parameters) {
-    Answer answer;
-    return exchange(operation, parameters, {}, answer);
-}
-
-AFCError AfcClient::readDirectory(const std::string& path, std::vector<std::string>& names) {
-    wire::Bytes data;
-    Answer answer{.expected = wire::AfcOperation::Data, .into = {}, .collected = &data};
-    if (const AFCError error = exchange(wire::AfcOperation::ReadDirectory,
-                                        wire::AfcParameters{}.path(path), {}, answer);
-        error != kAFCSuccess) {
-        return error;
-    }
-    auto split = wire::splitNames(data, kMaxNames);
-    if (!split) {
-        // A listing is whole or a failure: what came before the damage is of no use.
-        return breakFor("a malformed listing: " + std::string{wire::describe(split.error())});
-    }
-    names = std::move(*split);
-    return kAFCSuccess;
-}
-
-AFCError AfcClient::readKeyValues(wire::AfcOperation operation,
-                                  const wire::AfcParameters& parameters,
-                                  std::vector<wire::KeyValue>& pairs) {
-    wire::Bytes data;
-    Answer answer{.expected = wire::AfcOperation::Data, .into = {}, .collected = &data};
-    if (const AFCError error = exchange(operation, parameters, {}, answer); error != kAFCSuccess) {
-        return error;
-    }
-    auto split = wire::splitKeyValues(data);
-    if (!split) {
-        return breakFor("a malformed answer: " + std::string{wire::describe(split.error())});
-    }
-    pairs = std::move(*split);
-    return kAFCSuccess;
-}
-
-AFCError AfcClient::openFile(const std::string& path, std::uint64_t mode, std::uint64_t& handle) {
-    Answer answer{.expected = wire::AfcOperation::FileOpenResult, .into = {}};
-    const AFCError error = exchange(wire::AfcOperation::FileOpen,
-                                    wire::AfcParameters{}.word(mode).path(path), {}, answer);
-    handle = answer.word;
-    return error;
-}
-
-AFCError AfcClient::read(std::uint64_t handle, std::span<std::byte> into, std::size_t& moved) {
-    moved = 0;
-    while (moved < into.size()) {
-        const std::size_t step = std::min(into.size() - moved, kMaxTransfer);
-        Answer answer{.expected = wire::AfcOperation::Data, .into = into.subspan(moved, step)};
-        const AFCError error = exchange(wire::AfcOperation::FileRead,
-                                        wire::AfcParameters{}.word(handle).word(step), {}, answer);
-        if (error == kAFCEndOfData) {
-            return kAFCSuccess;
+/// Sends what is put down, and `data` behind it. Answers that arrive meanwhile are taken in: a
+/// device may want to be rid of them before it takes more.
+bool AfcClient::transmit(wire::ByteView data) {
+    wire::ByteView head = outgoing_;
+    auto since = std::chrono::steady_clock::now();
+    while (!head.empty() || !data.empty()) {
+        std::size_t moved = 0;
+        if (!stream_.sendSome(head, data, moved)) {
+            return broke(stream_.error());
         }
-        if (error != kAFCSuccess) {
-            return error;
+        if (moved > 0) {
+            const std::size_t ofHead = std::min(moved, head.size());
+            head = head.subspan(ofHead);
+            data = data.subspan(moved - ofHead);
+            since = std::chrono::steady_clock::now();
+            continue;
         }
-        moved += answer.moved;
-        if (answer.moved < step) {
+        if (!stream_.waitForMore(true, since)) {
+            return broke(stream_.error());
+        }
+        if (!takeAnswers()) {
+            return false;
+        }
+        if (reader_.tookMoved()) {
+            since = std::chrono::steady_clock::now();
+        }
+    }
+    outgoing_.clear();
+    return true;
+}
+
+/// Takes answers in until the condition holds. False: the connection broke.
+template <typename Condition>
+bool AfcClient::takeUntil(Condition condition) {
+    auto since = std::chrono::steady_clock::now();
+    while (!condition()) {
+        if (first_ == end_) {
+            return broke("an answer was lost");
+        }
+        switch (reader_.step(stream_, oldest())) {
+        case AfcAnswerReader::Step::Answered:
+            answered();
+            since = std::chrono::steady_clock::now();
             break;
+        case AfcAnswerReader::Step::NothingThere:
+            if (reader_.tookMoved()) {
+                since = std::chrono::steady_clock::now();
+            }
+            if (!stream_.waitForMore(false, since)) {
+                return broke(stream_.error());
+            }
+            break;
+        case AfcAnswerReader::Step::Broken:
+            return broke(reader_.reason());
         }
     }
+    return true;
+}
+
+bool AfcClient::makeRoom() {
+    return end_ - first_ < kMaxInFlight ||
+           (transmit({}) && takeUntil([this] { return end_ - first_ < kMaxInFlight; }));
+}
+
+AFCError AfcClient::ask(wire::AfcOperation operation, wire::ByteView parameters, AfcAnswer& answer,
+                        const Behind* behind) {
+    Lock lock{mutex_};
+    if (broken_ || !makeRoom()) {
+        return ended(lock);
+    }
+    enqueue(operation, parameters, 0).answer = &answer;
+    if (behind != nullptr) {
+        putAhead(*behind);
+    }
+    if (!transmit({}) || !takeUntil([&] { return answer.done.load(); })) {
+        return ended(lock);
+    }
+    return answer.error;
+}
+
+AFCError AfcClient::perform(wire::AfcOperation operation, const wire::AfcParameters& parameters) {
+    if (!parameters.valid()) {
+        return kAFCInvalidArgument;
+    }
+    AfcAnswer answer;
+    return ask(operation, parameters.bytes(), answer);
+}
+
+void AfcClient::putAhead(const Behind& request) {
+    // What does not fit is not asked ahead: half of the room is for what must be asked.
+    if (end_ - first_ >= kMaxInFlight / 2) {
+        request.answer->done.store(true, std::memory_order_release);
+        return;
+    }
+    AfcInFlight& added = enqueue(request.operation, request.parameters, 0);
+    added.answer = request.answer.get();
+    added.keep = request.answer;
+}
+
+void AfcClient::askAhead(wire::AfcOperation operation, wire::ByteView parameters,
+                         const std::shared_ptr<AfcAnswer>& answer) {
+    const Lock lock{mutex_};
+    if (broken_) {
+        answer->done.store(true, std::memory_order_release);
+        return;
+    }
+    putAhead({operation, parameters, answer});
+}
+
+void AfcClient::sendAhead() {
+    Lock lock{mutex_};
+    if (broken_ || !transmit({})) {
+        ended(lock);
+    }
+}
+
+AFCError AfcClient::collect(const std::shared_ptr<AfcAnswer>& answer) {
+    if (answer->done.load(std::memory_order_acquire)) {
+        return answer->error;
+    }
+    Lock lock{mutex_};
+    if (broken_ || !transmit({}) || !takeUntil([&] { return answer->done.load(); })) {
+        return ended(lock);
+    }
+    return answer->error;
+}
+
+void AfcClient::collectArrived() {
+    Lock lock{mutex_};
+    if (broken_ || !takeAnswers()) {
+        ended(lock);
+    }
+}
+
+AFCError AfcClient::putBehind(wire::AfcOperation operation, wire::ByteView parameters,
+                              const std::shared_ptr<AfcOutstanding>& outstanding) {
+    Lock lock{mutex_};
+    if (broken_ || !makeRoom()) {
+        return ended(lock);
+    }
+    enqueue(operation, parameters, 0).outstanding = outstanding;
+    ++outstanding->requests;
     return kAFCSuccess;
 }
 
-AFCError AfcClient::write(std::uint64_t handle, wire::ByteView bytes) {
-    while (!bytes.empty()) {
-        const std::size_t step = std::min(bytes.size(), kMaxTransfer);
-        Answer answer;
-        const AFCError error =
-            exchange(wire::AfcOperation::FileWrite, wire::AfcParameters{}.word(handle),
-                     bytes.first(step), answer);
-        if (error != kAFCSuccess) {
-            return error;
-        }
-        bytes = bytes.subspan(step);
+AFCError AfcClient::sendBehind(wire::AfcOperation operation, wire::ByteView parameters,
+                               wire::ByteView data,
+                               const std::shared_ptr<AfcOutstanding>& outstanding) {
+    Lock lock{mutex_};
+    if (broken_ || !makeRoom()) {
+        return ended(lock);
     }
-    return kAFCSuccess;
+    AfcInFlight& added = enqueue(operation, parameters, data.size());
+    added.outstanding = outstanding;
+    if (outstanding) {
+        ++outstanding->requests;
+        outstanding->bytes += data.size();
+    }
+    return transmit(data) ? AFCError{kAFCSuccess} : ended(lock);
+}
+
+AFCError AfcClient::settle(const std::shared_ptr<AfcOutstanding>& outstanding, std::size_t bytes) {
+    Lock lock{mutex_};
+    if (broken_ && outstanding->requests > 0) {
+        ended(lock);
+        lock.lock();
+    }
+    const auto isSettled = [&] {
+        return outstanding->bytes <= bytes && (bytes > 0 || outstanding->requests == 0);
+    };
+    if (!isSettled() && !(transmit({}) && takeUntil(isSettled))) {
+        ended(lock);
+        lock.lock();
+    }
+    return std::exchange(outstanding->firstFailure, AFCError{kAFCSuccess});
 }
 
 }  // namespace quillbox::device

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Core/Platform/AFC.h"
+#include "Linux/Device/AfcAnswer.h"
 #include "Linux/Device/ServiceConnection.h"
 #include "Wire/AfcLists.h"
-#include "Wire/AfcPacket.h"
 #include "Wire/AfcParameters.h"
 
 #include <atomic>
@@ -12,23 +12,24 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <span>
 #include <string>
 #include <vector>
 
 namespace quillbox::device {
 
-/// Longest answer that is kept in memory: a listing of a very full directory.
-inline constexpr std::uint64_t kMaxListing = 256U << 20U;
 /// Most names of one directory.
 inline constexpr std::size_t kMaxNames = 2'000'000;
 /// Most bytes moved by one request; longer transfers take several.
-inline constexpr std::size_t kMaxTransfer = 4U << 20U;
+inline constexpr std::size_t kMaxTransfer = 1U << 20U;
 
-/// AFC over one connection: requests go out one after the other, each waits for its answer. Any
+/// AFC over one connection. Requests go out in the order of the calls and answers come in the same
+/// order; a call may wait for its answer, or leave it to be collected by whoever waits next. Any
 /// thread. Whatever a device answers, a call ends with success or a failure; an answer that is
 /// malformed, short, oversized, to another request, or that does not come in time breaks the
 /// connection, and so do all later calls fail at once.
+///
+/// There is no thread that reads: answers are taken in while a call waits or while its bytes do
+/// not go out, so that a device that first wants to be rid of its answers is never waited for.
 class AfcClient {
 public:
     /// `onBroken` is called once, with the reason, when the connection breaks by itself: on the
@@ -36,17 +37,45 @@ public:
     AfcClient(std::unique_ptr<ServiceConnection> connection,
               std::function<void(const std::string&)> onBroken);
 
+    /// A further request that travels with one that is waited for, right behind it. Its answer is
+    /// collected later.
+    struct Behind {
+        wire::AfcOperation operation = wire::AfcOperation::FileInfo;
+        wire::ByteView parameters;
+        std::shared_ptr<AfcAnswer> answer;
+    };
+
+    /// Sends a request and waits for its answer.
+    AFCError ask(wire::AfcOperation operation, wire::ByteView parameters, AfcAnswer& answer,
+                 const Behind* behind = nullptr);
     /// A request that is answered by a status.
     AFCError perform(wire::AfcOperation operation, const wire::AfcParameters& parameters);
-    /// A directory's names as the device gives them.
-    AFCError readDirectory(const std::string& path, std::vector<std::string>& names);
-    /// The keys and values of a request (FileInfo, DeviceInfo).
-    AFCError readKeyValues(wire::AfcOperation operation, const wire::AfcParameters& parameters,
-                           std::vector<wire::KeyValue>& pairs);
-    AFCError openFile(const std::string& path, std::uint64_t mode, std::uint64_t& handle);
-    /// Fills `into`, less only at the end of the file; `moved` bytes came.
-    AFCError read(std::uint64_t handle, std::span<std::byte> into, std::size_t& moved);
-    AFCError write(std::uint64_t handle, wire::ByteView bytes);
+
+    /// Puts a request down to be sent with the next one or by `sendAhead`. Its answer is collected
+    /// later, or never: its asker just lets go of it. Where it cannot be asked the answer is done
+    /// at once, with `kAFCConnectionLost`.
+    void askAhead(wire::AfcOperation operation, wire::ByteView parameters,
+                  const std::shared_ptr<AfcAnswer>& answer);
+    /// Sends what was put down. Without waiting for any answer.
+    void sendAhead();
+    /// Waits for the answer to a request that was put down.
+    AFCError collect(const std::shared_ptr<AfcAnswer>& answer);
+    /// Takes in the answers that have arrived, without waiting.
+    void collectArrived();
+
+    /// Puts a request down that is answered by a status, which goes to `outstanding`.
+    AFCError putBehind(wire::AfcOperation operation, wire::ByteView parameters,
+                       const std::shared_ptr<AfcOutstanding>& outstanding);
+    /// Sends a request that is answered by a status, which goes to `outstanding`; null where
+    /// nobody wants to know it. `data` has been taken when this returns.
+    AFCError sendBehind(wire::AfcOperation operation, wire::ByteView parameters,
+                        wire::ByteView data, const std::shared_ptr<AfcOutstanding>& outstanding);
+    /// Waits until no more than `bytes` of data and, where that is 0, no request of `outstanding`
+    /// is unanswered; answers their first failure so far, once.
+    AFCError settle(const std::shared_ptr<AfcOutstanding>& outstanding, std::size_t bytes);
+
+    /// For what is found wrong in an answer after it was taken.
+    AFCError breakFor(const std::string& reason);
 
     bool isBroken() const { return broken_; }
 
@@ -57,29 +86,38 @@ public:
     void breakNow();
 
 private:
-    /// Where the body of an answer goes: a status has none beyond its word.
-    struct Answer {
-        wire::AfcOperation expected = wire::AfcOperation::Status;
-        std::span<std::byte> into;         ///< data straight into a caller's buffer
-        wire::Bytes* collected = nullptr;  ///< or all of it here
-        std::size_t moved = 0;
-        std::uint64_t word = 0;
-    };
+    using Lock = std::unique_lock<std::mutex>;
 
-    AFCError exchange(wire::AfcOperation operation, const wire::AfcParameters& parameters,
-                      wire::ByteView data, Answer& answer);
-    AFCError exchangeLocked(wire::AfcOperation operation, const wire::AfcParameters& parameters,
-                            wire::ByteView data, Answer& answer, std::string& broken);
-    AFCError receiveAnswer(std::uint64_t number, Answer& answer, std::string& broken);
-    bool receiveBody(std::uint64_t length, Answer& answer, std::string& broken);
-    /// For what is found wrong after the answer was taken.
-    AFCError breakFor(const std::string& reason);
+    /// Room for what is in flight together; more waits for answers first.
+    static constexpr std::size_t kMaxInFlight = 2048;
+
+    AfcInFlight& enqueue(wire::AfcOperation operation, wire::ByteView parameters,
+                         std::size_t dataLength);
+    bool makeRoom();
+    void putAhead(const Behind& request);
+    bool transmit(wire::ByteView data);
+    bool takeAnswers();
+    template <typename Condition>
+    bool takeUntil(Condition condition);
+    void answered();
+    bool broke(const std::string& reason);
+    /// Drops all that is in flight and tells `onBroken` where that is due.
+    AFCError ended(Lock& lock);
+
+    AfcInFlight& oldest() { return inFlight_[first_ % kMaxInFlight]; }
 
     std::unique_ptr<ServiceConnection> connection_;
+    ByteStream& stream_;
     SocketBreaker& breaker_;
     const std::function<void(const std::string&)> onBroken_;
-    std::mutex mutex_;  ///< one request at a time
+    std::mutex mutex_;  ///< guards what follows
+    AfcAnswerReader reader_;
+    wire::Bytes outgoing_;  ///< heads that have not been sent
+    std::vector<AfcInFlight> inFlight_ = std::vector<AfcInFlight>(kMaxInFlight);
+    std::size_t first_ = 0;  ///< the oldest request that is not answered
+    std::size_t end_ = 0;    ///< behind the youngest
     std::uint64_t packetNumber_ = 0;
+    std::string reason_;  ///< of the break, until it is told
     std::atomic<bool> broken_{false};
 };
 

@@ -44,6 +44,7 @@ Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noPro
         service_.documentsOnly = service.documentsOnly;
         documentsOnly_ = service.documentsOnly;
         client_ = std::move(client);
+        window_ = std::make_shared<InformationWindow>();
         ++generation_;
         if (closed_) {
             client_->breakNow();
@@ -101,7 +102,7 @@ AFCError AfcConnection::use(Use& use) {
             return kAFCConnectionLost;
         }
     }
-    use = {client_, generation_};
+    use = {client_, window_, generation_};
     return kAFCSuccess;
 }
 
@@ -120,6 +121,11 @@ std::shared_ptr<AfcClient> AfcConnection::sameClient(std::uint64_t generation) {
         onLost_(shared_from_this());
     }
     return nullptr;
+}
+
+std::shared_ptr<InformationWindow> AfcConnection::window(std::uint64_t generation) {
+    const std::lock_guard lock{mutex_};
+    return generation == generation_ ? window_ : nullptr;
 }
 
 Failure AfcConnection::recover() {

@@ -3,6 +3,7 @@
 
 #include "Linux/Device/AfcClient.h"
 #include "Linux/Device/FileService.h"
+#include "Linux/Device/InformationWindow.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -37,6 +38,7 @@ public:
     /// known to that generation only.
     struct Use {
         std::shared_ptr<AfcClient> client;
+        std::shared_ptr<InformationWindow> window;  ///< what this client knows of files
         std::uint64_t generation = 0;
     };
 
@@ -45,6 +47,9 @@ public:
     AFCError use(Use& use);
     /// The present client where it still is of that generation and not broken.
     std::shared_ptr<AfcClient> sameClient(std::uint64_t generation);
+
+    /// What the client of that generation knows of files; null where it was replaced.
+    std::shared_ptr<InformationWindow> window(std::uint64_t generation);
 
     /// Opens the connection again where it is broken. Success also where it is not.
     Failure recover();
@@ -75,6 +80,7 @@ private:
     FileService service_;  ///< written only by the thread that opens
     bool documentsOnly_ = false;
     std::shared_ptr<AfcClient> client_;
+    std::shared_ptr<InformationWindow> window_;  ///< of the present client
     std::uint64_t generation_ = 0;
     bool opening_ = false;
     bool failing_ = false;  ///< the last attempt failed

@@ -116,101 +116,129 @@ bool ByteStream::endTls() {
     }
 }
 
-bool ByteStream::sendPlain(wire::ByteView head, wire::ByteView rest) {
-    auto end = deadline();
-    while (!head.empty() || !rest.empty()) {
-        std::array<iovec, 2> parts{};
-        // The interface takes non-const pointers and only reads through them.
-        parts[0] = {const_cast<std::byte*>(head.data()), head.size()};
-        parts[1] = {const_cast<std::byte*>(rest.data()), rest.size()};
-        msghdr message{};
-        message.msg_iov = parts.data();
-        message.msg_iovlen = parts.size();
-        const ssize_t sent = sendmsg(descriptor_, &message, MSG_NOSIGNAL);
-        if (sent > 0) {
-            auto count = static_cast<std::size_t>(sent);
-            const std::size_t ofHead = std::min(count, head.size());
-            head = head.subspan(ofHead);
-            rest = rest.subspan(count - ofHead);
-            end = deadline();
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            if (!waitFor(POLLOUT, end)) {
-                return false;
-            }
-        } else if (errno != EINTR) {
-            return fail("sending failed: " + systemError());
-        }
+bool ByteStream::sendSomePlain(wire::ByteView head, wire::ByteView rest, std::size_t& moved) {
+    std::array<iovec, 2> parts{};
+    // The interface takes non-const pointers and only reads through them.
+    parts[0] = {const_cast<std::byte*>(head.data()), head.size()};
+    parts[1] = {const_cast<std::byte*>(rest.data()), rest.size()};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    const ssize_t sent = sendmsg(descriptor_, &message, MSG_NOSIGNAL);
+    if (sent >= 0) {
+        moved = static_cast<std::size_t>(sent);
+        return true;
     }
+    if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) {
+        return true;
+    }
+    return fail("sending failed: " + systemError());
+}
+
+/// False, and the reason is kept, where the step was the end.
+bool ByteStream::isOver(TlsSession::Step step) {
+    if (step == TlsSession::Step::WantRead || step == TlsSession::Step::WantWrite) {
+        wantsToSend_ = step == TlsSession::Step::WantWrite;
+        return false;
+    }
+    fail(step == TlsSession::Step::Closed ? "the device ended the connection"
+                                          : "the secure connection failed: " + tls_->lastError());
     return true;
 }
 
-bool ByteStream::sendTls(wire::ByteView bytes) {
-    auto end = deadline();
-    while (!bytes.empty()) {
-        std::size_t moved = 0;
-        const TlsSession::Step step = tls_->write(bytes, moved);
-        if (step == TlsSession::Step::Done) {
-            bytes = bytes.subspan(moved);
-            end = deadline();
-        } else if (!waitAfter(step, end)) {
-            return false;
-        }
+bool ByteStream::sendSomeTls(wire::ByteView head, wire::ByteView rest, std::size_t& moved) {
+    wire::ByteView bytes = head.empty() ? rest : head;
+    if (!head.empty() && head.size() < kTlsRecord && !rest.empty()) {
+        // A short head does not travel in a record, and a packet, of its own. An attempt that
+        // found no room puts the same record together again.
+        record_.assign(head.begin(), head.end());
+        wire::append(record_, rest.first(std::min(rest.size(), kTlsRecord - head.size())));
+        bytes = record_;
     }
-    return true;
+    const TlsSession::Step step = tls_->write(bytes, moved);
+    if (step == TlsSession::Step::Done) {
+        wantsToSend_ = false;
+        return true;
+    }
+    moved = 0;
+    return !isOver(step);
+}
+
+bool ByteStream::sendSome(wire::ByteView head, wire::ByteView rest, std::size_t& moved) {
+    moved = 0;
+    if (!error_.empty()) {
+        return false;
+    }
+    return tls_ ? sendSomeTls(head, rest, moved) : sendSomePlain(head, rest, moved);
+}
+
+bool ByteStream::receiveSome(std::span<std::byte> into, std::size_t& moved) {
+    moved = 0;
+    if (!error_.empty()) {
+        return false;
+    }
+    if (tls_) {
+        const TlsSession::Step step = tls_->read(into, moved);
+        if (step == TlsSession::Step::Done) {
+            wantsToSend_ = false;
+            return true;
+        }
+        moved = 0;
+        return !isOver(step);
+    }
+    const ssize_t received = recv(descriptor_, into.data(), into.size(), 0);
+    if (received > 0) {
+        moved = static_cast<std::size_t>(received);
+        return true;
+    }
+    if (received == 0) {
+        return fail("the device ended the connection");
+    }
+    if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) {
+        return true;
+    }
+    return fail("receiving failed: " + systemError());
+}
+
+bool ByteStream::waitForMore(bool toSend, Clock::time_point since) {
+    const int events = POLLIN | (toSend || wantsToSend_ ? POLLOUT : 0);
+    return waitFor(static_cast<short>(events), since + noProgress_);
 }
 
 bool ByteStream::send(wire::ByteView head, wire::ByteView rest) {
-    if (!error_.empty()) {
-        return false;
+    auto since = Clock::now();
+    while (!head.empty() || !rest.empty()) {
+        std::size_t moved = 0;
+        if (!sendSome(head, rest, moved)) {
+            return false;
+        }
+        if (moved > 0) {
+            const std::size_t ofHead = std::min(moved, head.size());
+            head = head.subspan(ofHead);
+            rest = rest.subspan(moved - ofHead);
+            since = Clock::now();
+        } else if (!waitFor(tls_ && !wantsToSend_ ? POLLIN : POLLOUT, since + noProgress_)) {
+            return false;
+        }
     }
-    if (!tls_) {
-        return sendPlain(head, rest);
-    }
-    if (head.size() < kTlsRecord && !rest.empty()) {
-        // A short head does not travel in a record, and a packet, of its own.
-        wire::Bytes first{head.begin(), head.end()};
-        const std::size_t more = std::min(rest.size(), kTlsRecord - head.size());
-        wire::append(first, rest.first(more));
-        return sendTls(first) && sendTls(rest.subspan(more));
-    }
-    return sendTls(head) && sendTls(rest);
+    return error_.empty();
 }
 
 bool ByteStream::receive(std::span<std::byte> into) {
-    if (!error_.empty()) {
-        return false;
-    }
-    auto end = deadline();
+    auto since = Clock::now();
     while (!into.empty()) {
         std::size_t moved = 0;
-        if (tls_) {
-            const TlsSession::Step step = tls_->read(into, moved);
-            if (step != TlsSession::Step::Done) {
-                if (!waitAfter(step, end)) {
-                    return false;
-                }
-                continue;
-            }
-        } else {
-            const ssize_t received = recv(descriptor_, into.data(), into.size(), 0);
-            if (received == 0) {
-                return fail("the device ended the connection");
-            }
-            if (received < 0) {
-                if (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK) {
-                    return fail("receiving failed: " + systemError());
-                }
-                if (errno != EINTR && !waitFor(POLLIN, end)) {
-                    return false;
-                }
-                continue;
-            }
-            moved = static_cast<std::size_t>(received);
+        if (!receiveSome(into, moved)) {
+            return false;
         }
-        into = into.subspan(moved);
-        end = deadline();
+        if (moved > 0) {
+            into = into.subspan(moved);
+            since = Clock::now();
+        } else if (!waitForMore(false, since)) {
+            return false;
+        }
     }
-    return true;
+    return error_.empty();
 }
 
 bool ByteStream::isAlive() const {

@@ -32,6 +32,16 @@ public:
     /// Fills `into` or fails.
     bool receive(std::span<std::byte> into);
 
+    /// Sends what the connection takes at once of both parts, one behind the other: `moved` bytes,
+    /// 0 where it takes none now. What was not taken must come again with the next call. False:
+    /// the stream is over.
+    bool sendSome(wire::ByteView head, wire::ByteView rest, std::size_t& moved);
+    /// Takes what has arrived, `moved` bytes, 0 where nothing has. False: the stream is over.
+    bool receiveSome(std::span<std::byte> into, std::size_t& moved);
+    /// Waits until something arrives, or can be sent where `toSend`. False: nothing moved since
+    /// `since` for as long as is allowed, or the stream is over.
+    bool waitForMore(bool toSend, std::chrono::steady_clock::time_point since);
+
     /// Whether the other side has not ended the connection, as far as is known without asking.
     bool isAlive() const;
 
@@ -47,8 +57,9 @@ private:
     bool fail(std::string reason);
     bool waitFor(short events, Clock::time_point deadline);
     bool waitAfter(TlsSession::Step step, Clock::time_point deadline);
-    bool sendPlain(wire::ByteView head, wire::ByteView rest);
-    bool sendTls(wire::ByteView bytes);
+    bool sendSomePlain(wire::ByteView head, wire::ByteView rest, std::size_t& moved);
+    bool sendSomeTls(wire::ByteView head, wire::ByteView rest, std::size_t& moved);
+    bool isOver(TlsSession::Step step);
 
     Clock::time_point deadline() const { return Clock::now() + noProgress_; }
 
@@ -56,6 +67,10 @@ private:
     std::shared_ptr<SocketBreaker> breaker_;
     std::chrono::milliseconds noProgress_;
     std::unique_ptr<TlsSession> tls_;
+    /// One record: a short head and the beginning of its data travel together.
+    wire::Bytes record_;
+    /// The secure connection wants to send before it can take in more, or the other way round.
+    bool wantsToSend_ = false;
     std::string error_;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/FileRequests.h"
 
+#include "Linux/Device/FileTransfers.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -45,30 +47,6 @@ std::vector<wire::KeyValue> pictureInfo(std::size_t size) {
             {"st_birthtime", "0"}};
 }
 
-/// The device's own number for a file, where its client still knows it.
-AFCError clientOf(FileHandle& file, std::shared_ptr<AfcClient>& client) {
-    if (file.connection->isClosed() || !file.connection->device()->isAttached()) {
-        return kAFCConnectionLost;
-    }
-    client = file.connection->sameClient(file.generation);
-    return client ? AFCError{kAFCSuccess} : AFCError{kAFCIOError};
-}
-
-AFCError openOnDevice(FileHandle& file) {
-    AfcConnection::Use use;
-    if (const AFCError error = file.connection->use(use); error != kAFCSuccess) {
-        return error;
-    }
-    file.generation = use.generation;
-    return use.client->openFile(file.path, file.mode, file.handle);
-}
-
-AFCError seekOnDevice(AfcClient& client, std::uint64_t handle, std::int64_t offset,
-                      std::uint64_t whence) {
-    return client.perform(AfcOperation::FileSeek, AfcParameters{}.word(handle).word(whence).word(
-                                                      static_cast<std::uint64_t>(offset)));
-}
-
 /// Makes a real file of a picture that is to be changed: nothing is on the device before.
 AFCError makeReal(FileHandle& file) {
     if (file.mode == static_cast<std::uint64_t>(wire::AfcOpenMode::Read)) {
@@ -79,11 +57,7 @@ AFCError makeReal(FileHandle& file) {
     }
     const std::uint64_t position = file.picture->position;
     file.picture.reset();
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return seekOnDevice(*client, file.handle, static_cast<std::int64_t>(position), 0);
+    return seekOnDevice(file, static_cast<std::int64_t>(position), 0);
 }
 
 AFCError seekPicture(PictureFile& picture, std::int64_t offset, std::uint64_t whence) {
@@ -105,12 +79,13 @@ AFCError seekPicture(PictureFile& picture, std::int64_t offset, std::uint64_t wh
 }  // namespace
 
 AFCError performRequest(AfcConnection& connection, AfcOperation operation,
-                        const AfcParameters& parameters) {
+                        const AfcParameters& parameters, const InformationWindow::Change& change) {
     AfcConnection::Use use;
     if (const AFCError error = connection.use(use); error != kAFCSuccess) {
         return error;
     }
-    return use.client->perform(operation, parameters);
+    AfcAnswer answer;
+    return use.window->change(*use.client, operation, parameters, answer, change);
 }
 
 AFCError listDirectory(AfcConnection& connection, const std::string& path,
@@ -123,7 +98,7 @@ AFCError listDirectory(AfcConnection& connection, const std::string& path,
         names = {".", "..", std::string{kDocumentsPath.substr(1)}};
         return kAFCSuccess;
     }
-    if (const AFCError error = use.client->readDirectory(path, names); error != kAFCSuccess) {
+    if (const AFCError error = use.window->list(*use.client, path, names); error != kAFCSuccess) {
         return error;
     }
     const auto dropped = std::erase_if(names, [](const auto& name) { return !isUsable(name); });
@@ -141,11 +116,23 @@ AFCError readDeviceInfo(AfcConnection& connection, std::vector<wire::KeyValue>& 
     if (const AFCError error = connection.use(use); error != kAFCSuccess) {
         return error;
     }
-    return use.client->readKeyValues(AfcOperation::DeviceInfo, {}, pairs);
+    AfcAnswer answer;
+    answer.expected = AfcOperation::Data;
+    answer.collects = true;
+    if (const AFCError error = use.client->ask(AfcOperation::DeviceInfo, {}, answer);
+        error != kAFCSuccess) {
+        return error;
+    }
+    auto split = wire::splitKeyValues(answer.collected);
+    if (!split) {
+        return use.client->breakFor("a malformed answer: " +
+                                    std::string{wire::describe(split.error())});
+    }
+    pairs = std::move(*split);
+    return kAFCSuccess;
 }
 
-AFCError readFileInfo(AfcConnection& connection, const std::string& path,
-                      std::vector<wire::KeyValue>& pairs) {
+AFCError readFileInfo(AfcConnection& connection, const std::string& path, KeyValueHandle& answer) {
     AfcConnection::Use use;
     if (const AFCError error = connection.use(use); error != kAFCSuccess) {
         return error;
@@ -153,11 +140,11 @@ AFCError readFileInfo(AfcConnection& connection, const std::string& path,
     const bool isVirtualTop = connection.isDocumentsOnly() && isTop(path);
     const std::string asked{isVirtualTop ? kDocumentsPath : std::string_view{path}};
     const AFCError error =
-        use.client->readKeyValues(AfcOperation::FileInfo, AfcParameters{}.path(asked), pairs);
+        use.window->information(*use.client, asked, answer.information, answer.pairs);
     if (isVirtualTop && error != kAFCSuccess && error != kAFCConnectionLost) {
         // Locked documents do not make the top a thing that is not there.
-        pairs = {{"st_size", "0"},       {"st_blocks", "0"}, {"st_nlink", "3"},
-                 {"st_ifmt", "S_IFDIR"}, {"st_mtime", "0"},  {"st_birthtime", "0"}};
+        answer.pairs = {{"st_size", "0"},       {"st_blocks", "0"}, {"st_nlink", "3"},
+                        {"st_ifmt", "S_IFDIR"}, {"st_mtime", "0"},  {"st_birthtime", "0"}};
         return kAFCSuccess;
     }
     if (isPicture(connection, path) && isAbsent(connection, error)) {
@@ -165,8 +152,11 @@ AFCError readFileInfo(AfcConnection& connection, const std::string& path,
         if (!picture) {
             return kAFCObjectNotFound;
         }
-        pairs = pictureInfo(picture->size());
+        answer.pairs = pictureInfo(picture->size());
         return kAFCSuccess;
+    }
+    if (error == kAFCSuccess) {
+        answer.window = use.window;
     }
     return error;
 }
@@ -180,10 +170,10 @@ AFCError openFile(FileHandle& file) {
         file.mode <= static_cast<std::uint64_t>(wire::AfcOpenMode::ReadWrite)) {
         AfcConnection::Use use;
         std::vector<wire::KeyValue> pairs;
+        InformationWindow::Answer answer;
         AFCError error = connection.use(use);
         if (error == kAFCSuccess) {
-            error = use.client->readKeyValues(AfcOperation::FileInfo,
-                                              AfcParameters{}.path(file.path), pairs);
+            error = use.window->information(*use.client, file.path, answer, pairs);
         }
         if (isAbsent(connection, error)) {
             const auto picture = connection.picture();
@@ -212,37 +202,28 @@ AFCError readFile(FileHandle& file, std::span<std::byte> into, std::size_t& move
         }
         return kAFCSuccess;
     }
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return client->read(file.handle, into, moved);
+    return readOnDevice(file, into, moved);
 }
 
-AFCError writeFile(FileHandle& file, wire::ByteView bytes) {
+AFCError writeFile(FileHandle& file, wire::ByteView bytes, bool early) {
     const std::lock_guard lock{file.mutex};
     if (file.picture) {
         if (const AFCError error = makeReal(file); error != kAFCSuccess) {
             return error;
         }
     }
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return client->write(file.handle, bytes);
+    return writeOnDevice(file, bytes, early);
+}
+
+AFCError settleFile(FileHandle& file) {
+    const std::lock_guard lock{file.mutex};
+    return file.picture ? AFCError{kAFCSuccess} : settleOnDevice(file);
 }
 
 AFCError seekFile(FileHandle& file, std::int64_t offset, std::uint64_t whence) {
     const std::lock_guard lock{file.mutex};
-    if (file.picture) {
-        return seekPicture(*file.picture, offset, whence);
-    }
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return seekOnDevice(*client, file.handle, offset, whence);
+    return file.picture ? seekPicture(*file.picture, offset, whence)
+                        : seekOnDevice(file, offset, whence);
 }
 
 AFCError setFileSize(FileHandle& file, std::uint64_t size) {
@@ -252,23 +233,12 @@ AFCError setFileSize(FileHandle& file, std::uint64_t size) {
             return error;
         }
     }
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return client->perform(AfcOperation::FileSetSize, AfcParameters{}.word(file.handle).word(size));
+    return setSizeOnDevice(file, size);
 }
 
 AFCError closeFile(FileHandle& file) {
     const std::lock_guard lock{file.mutex};
-    if (file.picture) {
-        return kAFCSuccess;
-    }
-    std::shared_ptr<AfcClient> client;
-    if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
-        return error;
-    }
-    return client->perform(AfcOperation::FileClose, AfcParameters{}.word(file.handle));
+    return file.picture ? AFCError{kAFCSuccess} : closeOnDevice(file);
 }
 
 }  // namespace quillbox::device

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Linux/Device/AfcConnection.h"
+#include "Linux/Device/ReadAhead.h"
 
 #include <atomic>
 #include <cstdint>
@@ -101,9 +102,14 @@ struct FileHandle {
     std::uint64_t mode = 0;
 
     std::mutex mutex;                      ///< guards what follows
-    std::uint64_t handle = 0;              ///< the device's number
     std::uint64_t generation = 0;          ///< the client's that knows it
     std::shared_ptr<PictureFile> picture;  ///< null for a file of the device
+    /// Where the user reads or writes next; nothing where only the device knows.
+    std::optional<std::uint64_t> position = 0;
+    DevicePosition device;
+    ReadAhead ahead;
+    std::shared_ptr<AfcOutstanding> writes = std::make_shared<AfcOutstanding>();
+    std::shared_ptr<FileMark> mark;
 };
 
 /// A directory's names. The texts live as long as the number, also past the connection, so that a
@@ -117,6 +123,10 @@ struct DirectoryHandle {
 /// The pairs of an answer; the same holds for their texts.
 struct KeyValueHandle {
     std::uint64_t owner = 0;
+    /// Whose information it is; none for other answers. An answer that nobody read goes back
+    /// there.
+    std::shared_ptr<InformationWindow> window;
+    InformationWindow::Answer information;
     std::vector<wire::KeyValue> pairs;
     std::atomic<std::size_t> next{0};
 };

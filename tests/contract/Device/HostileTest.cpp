@@ -68,9 +68,13 @@ TEST_P(HostileTest, SpoiledPacketFailsTheCallOnly) {
         } else if (wanted == "write") {
             error = afc().AFCFileRefWrite(arrivalConnection, file, "x", 1);
         } else if (wanted == "seek") {
-            error = afc().AFCFileRefSeek(arrivalConnection, file, 0, 0);
+            // It travels with the transfer that it is for.
+            EXPECT_EQ(afc().AFCFileRefSeek(arrivalConnection, file, 5, 0), kAFCSuccess);
+            error = afc().AFCFileRefRead(arrivalConnection, file, buffer.data(), &length);
         } else if (wanted == "close") {
-            error = afc().AFCFileRefClose(arrivalConnection, file);
+            // Nobody waits for the answer: whoever asks next finds the connection broken.
+            EXPECT_EQ(afc().AFCFileRefClose(arrivalConnection, file), kAFCSuccess);
+            error = info(arrivalConnection, "/", values);
         } else {
             error = afc().AFCDirectoryCreate(arrivalConnection, "/made");
         }
