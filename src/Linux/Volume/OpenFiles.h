@@ -4,6 +4,7 @@
 #include "Core/Platform/UserFileSystem.h"
 #include "Linux/Volume/Nodes.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -16,12 +17,27 @@ namespace quillbox::volume {
 /// The number by which the kernel knows an open file or listing; never used twice.
 using HandleId = std::uint64_t;
 
+/// What becomes of the writes of one open file after they were answered. Any thread.
+struct Writing {
+    std::atomic<bool> isDirty{false};  ///< something was written since the last flush
+    std::atomic<int> failure{0};       ///< an errno number that nobody was told of
+
+    void note(int error) {
+        int none = 0;
+        failure.compare_exchange_strong(none, error);
+    }
+
+    int take() { return failure.exchange(0); }
+};
+
 /// One open of one file.
 struct OpenFile {
     NodeId node = 0;
     GMUserData userData;  ///< the delegate's, for every later call of this open
     bool isWritable = false;
-    bool isVirtual = false;  ///< made up by the volume: the delegate knows nothing of it
+    bool isVirtual = false;      ///< made up by the volume: the delegate knows nothing of it
+    bool isSynchronous = false;  ///< a write is answered once the device has it
+    std::shared_ptr<Writing> writing = std::make_shared<Writing>();
 };
 
 /// The files that programs have open. Any thread.

@@ -3,9 +3,11 @@
 
 #include "Core/Platform/UserFileSystem.h"
 #include "Core/Platform/VolumeBacking.h"
+#include "Linux/Volume/AbsentName.h"
 #include "Linux/Volume/Attributes.h"
 #include "Linux/Volume/DelegateQueue.h"
 #include "Linux/Volume/Errors.h"
+#include "Linux/Volume/GatheredWrites.h"
 #include "Linux/Volume/Nodes.h"
 #include "Linux/Volume/OpenDirectories.h"
 #include "Linux/Volume/OpenFiles.h"
@@ -14,6 +16,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -63,6 +66,9 @@ public:
     // Items.
     Result<Entry> lookUp(Caller& caller, NodeId parent, const std::string& name);
     void forget(NodeId node, std::uint64_t lookups);
+    /// Whether nothing that a program does here changes the item behind the kernel's back: it may
+    /// then keep what it was told for a moment.
+    bool mayBeKept(const Entry& entry) const;
     Result<struct stat> attributes(Caller& caller, NodeId node, std::optional<HandleId> handle);
     Result<struct stat> change(Caller& caller, NodeId node, std::optional<HandleId> handle,
                                const Changes& changes);
@@ -75,8 +81,14 @@ public:
     /// Reads into `buffer`: fewer bytes than asked only at the end of the file.
     Result<std::size_t> read(Caller& caller, HandleId handle, char* buffer, std::size_t size,
                              std::int64_t offset);
+    /// Answers before the device has. A failure is the next write's or flush's of that open file.
     Result<std::size_t> write(Caller& caller, HandleId handle, const char* buffer, std::size_t size,
                               std::int64_t offset);
+    /// What a close or a sync waits for: all that was written through a handle is on the device.
+    Result<Done> flush(Caller& caller, HandleId handle);
+    /// The same for every open file; failures stay for whoever wrote.
+    void finishAllWrites();
+    bool hasUnfinishedWrites() const;
     /// Closed by the last program: exactly one for each open. Harmless for an unknown handle. On a
     /// closed queue the delegate is not told.
     void release(HandleId handle);
@@ -136,6 +148,13 @@ private:
         }
     }
 
+    Result<std::size_t> writeNow(const OpenFile& file, const char* buffer, std::size_t size,
+                                 std::int64_t offset);
+    void send(const GatheredWrites::Run& run);
+    /// Before anything is asked or done that must see what was written: of one file, or of all.
+    void sendGathered(NodeId node);
+    void sendAllGathered();
+    Result<Done> finishWrites(const OpenFile& file);
     Result<struct stat> askAttributes(const std::string& path, const GMUserData& userData);
     Result<std::vector<std::string>> askListing(NodeId node, const std::string& path);
     Result<Done> askAbsence(const std::string& path);
@@ -146,6 +165,7 @@ private:
     /// The path for a new item, or why there can be none.
     Result<std::string> newPath(NodeId parent, const std::string& name) const;
     /// The attributes of a node, in a turn of the queue.
+    static Failure stale(NodeId node, int error);
     Result<struct stat> refresh(NodeId node, const GMUserData& userData);
     Result<struct stat> changeRemoved(NodeId node, const std::optional<OpenFile>& file,
                                       const Changes& changes);
@@ -167,6 +187,9 @@ private:
     TrashNames trashNames_;
     OpenFiles files_;
     OpenDirectories directories_;
+    AbsentName absentName_;
+    GatheredWrites gathered_;
+    std::mutex sendMutex_;  ///< runs are sent in the order in which they were taken
 };
 
 }  // namespace quillbox::volume

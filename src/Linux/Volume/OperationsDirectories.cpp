@@ -55,7 +55,7 @@ Result<HandleId> Operations::openDirectory(Caller& caller, NodeId node) {
     } else {
         auto names = askListing(node, *nodes_.path(node));
         if (!names) {
-            return names.failure();
+            return stale(node, names.error());
         }
         directory.listing = std::make_shared<const std::vector<std::string>>(std::move(*names));
     }

@@ -18,6 +18,10 @@ bool isForWriting(int flags) {
     return (flags & O_ACCMODE) != O_RDONLY;
 }
 
+bool isSynchronous(int flags) {
+    return (flags & O_DSYNC) != 0;  // a bit of O_SYNC as well
+}
+
 }  // namespace
 
 Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
@@ -26,7 +30,7 @@ Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
             return Failure{EACCES};
         }
         nodes_.hold(node);
-        return files_.add(OpenFile{node, nullptr, false, true});
+        return files_.add(OpenFile{node, nullptr, false, true, false});
     }
     const auto turn = queue_.enter(caller);
     if (!turn) {
@@ -35,6 +39,7 @@ Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
     if (nodes_.isRemoved(node)) {
         return Failure{ENOENT};
     }
+    sendGathered(node);
     const std::string path = *nodes_.path(node);
     GMUserData userData;
     const auto opened = ask([&](GMErrorOut error) {
@@ -52,7 +57,7 @@ Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
         }
     }
     nodes_.hold(node);
-    return files_.add(OpenFile{node, userData, isForWriting(flags), false});
+    return files_.add(OpenFile{node, userData, isForWriting(flags), false, isSynchronous(flags)});
 }
 
 Result<CreatedFile> Operations::create(Caller& caller, NodeId parent, const std::string& name,
@@ -65,11 +70,12 @@ Result<CreatedFile> Operations::create(Caller& caller, NodeId parent, const std:
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
     const auto place = newPath(parent, name);  // the folder may have moved while we waited
     if (!place) {
         return place.failure();
     }
-    if ((flags & O_EXCL) != 0) {
+    if (!absentName_.take(parent, name) && (flags & O_EXCL) != 0) {
         const auto absent = askAbsence(*place);
         if (!absent) {
             return absent.failure();
@@ -99,7 +105,8 @@ Result<CreatedFile> Operations::create(Caller& caller, NodeId parent, const std:
     }
     nodes_.hold(made->node);
     // The delegate creates for reading and writing.
-    return CreatedFile{*made, files_.add(OpenFile{made->node, userData, true, false})};
+    return CreatedFile{
+        *made, files_.add(OpenFile{made->node, userData, true, false, isSynchronous(flags)})};
 }
 
 Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buffer,
@@ -118,6 +125,7 @@ Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buff
     if (!turn) {
         return turn.failure();
     }
+    sendGathered(file->node);
     const std::string path = nodes_.path(file->node).value_or("");
     std::size_t done = 0;
     // To the kernel a short answer is the end of the file, to a delegate it is not: so a short one
@@ -142,44 +150,24 @@ Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buff
     return done;
 }
 
-Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const char* buffer,
-                                      std::size_t size, std::int64_t offset) {
-    const auto file = files_.find(handle);
-    if (!file || file->isVirtual || offset < 0) {
-        return Failure{EBADF};
-    }
-    const auto turn = queue_.enter(caller);
-    if (!turn) {
-        return turn.failure();
-    }
-    const std::string path = nodes_.path(file->node).value_or("");
-    backing_.beginCall();
-    std::optional<NSError> error;
-    const std::int32_t count =
-        delegate_.writeFileAtPath(path, file->userData, buffer, size, offset, &error);
-    if (count < 0) {
-        return Failure{errnoOfRefusal(error, backing_.lastFailure())};
-    }
-    if (static_cast<std::size_t>(count) > size || (count == 0 && size > 0)) {
-        return Failure{EIO};
-    }
-    nodes_.grown(file->node,
-                 static_cast<std::uint64_t>(offset) + static_cast<std::uint64_t>(count));
-    return static_cast<std::size_t>(count);
-}
-
 void Operations::release(HandleId handle) {
-    const auto file = files_.take(handle);
+    const auto file = files_.find(handle);
     if (!file) {
         return;
     }
     if (!file->isVirtual) {
         PatientCaller nobody;
         if (const auto turn = queue_.enter(nobody)) {
+            if (file->isWritable && file->writing->isDirty) {
+                // Nobody is left to be told; a program that asked was told by its close.
+                (void)finishWrites(*file);
+            }
             delegate_.releaseFileAtPath(nodes_.path(file->node).value_or(""), file->userData);
         }
     }
-    nodes_.letGo(file->node);
+    if (files_.take(handle)) {
+        nodes_.letGo(file->node);
+    }
 }
 
 void Operations::releaseAll() {

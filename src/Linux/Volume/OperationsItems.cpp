@@ -108,9 +108,15 @@ Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::strin
     if (!turn) {
         return turn.failure();
     }
+    if (absentName_.isStill(parent, name)) {
+        return Failure{ENOENT};
+    }
     const auto path = nodes_.childPath(parent, name);
     if (!path) {
         return Failure{ENOENT};  // the folder was removed through this volume
+    }
+    if (const auto known = nodes_.child(parent, name)) {
+        sendGathered(*known);
     }
     const auto attributes = askAttributes(*path, nullptr);
     if (attributes) {
@@ -119,11 +125,19 @@ Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::strin
     if (attributes.error() == ENOENT && parent == kRootNode && name == kVolumeInformationName) {
         return virtualEntry(parent, name);
     }
+    if (attributes.error() == ENOENT) {
+        absentName_.note(parent, name);
+    }
     return attributes.failure();
 }
 
 void Operations::forget(NodeId node, std::uint64_t lookups) {
     nodes_.forget(node, lookups);
+}
+
+bool Operations::mayBeKept(const Entry& entry) const {
+    const bool isShared = entry.attributes.st_nlink > 1 && !S_ISDIR(entry.attributes.st_mode);
+    return !isShared && !nodes_.isVirtual(entry.node) && !files_.writable(entry.node);
 }
 
 Result<struct stat> Operations::refresh(NodeId node, const GMUserData& userData) {
@@ -152,12 +166,20 @@ Result<struct stat> Operations::attributes(Caller& caller, NodeId node,
     if (!turn) {
         return turn.failure();
     }
+    sendGathered(node);
     if (nodes_.isRemoved(node)) {
         const auto kept = nodes_.kept(node);
         return kept ? Result<struct stat>(*kept) : Result<struct stat>(Failure{ESTALE});
     }
     const auto file = handle ? files_.find(*handle) : std::nullopt;
-    return refresh(node, file ? file->userData : nullptr);
+    const auto known = refresh(node, file ? file->userData : nullptr);
+    return file || known ? known : Result<struct stat>(stale(node, known.error()));
+}
+
+// The kernel may have come here by a name that it kept and that leads nowhere by now: then it looks
+// that up again, and its program hears what the device says of it.
+Failure Operations::stale(NodeId node, int error) {
+    return Failure{error == ENOENT && node != kRootNode ? ESTALE : error};
 }
 
 Result<Done> Operations::resize(NodeId node, const std::string& path, const GMUserData& userData,
@@ -234,6 +256,7 @@ Result<struct stat> Operations::change(Caller& caller, NodeId node, std::optiona
     if (!turn) {
         return turn.failure();
     }
+    sendGathered(node);
     const auto file = handle ? files_.find(*handle) : std::nullopt;
     if (nodes_.isRemoved(node)) {
         return changeRemoved(node, file, changes);

@@ -64,6 +64,8 @@ Result<Entry> Operations::makeDirectory(Caller& caller, NodeId parent, const std
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
+    absentName_.forget();
     const auto path = newPath(parent, name);
     if (!path) {
         return path.failure();
@@ -84,6 +86,8 @@ Result<Entry> Operations::makeSymbolicLink(Caller& caller, NodeId parent, const 
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
+    absentName_.forget();
     const auto path = newPath(parent, name);
     if (!path) {
         return path.failure();
@@ -105,6 +109,8 @@ Result<Entry> Operations::makeLink(Caller& caller, NodeId node, NodeId parent,
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
+    absentName_.forget();
     const auto path = newPath(parent, name);
     if (!path) {
         return path.failure();
@@ -150,6 +156,8 @@ Result<Done> Operations::remove(Caller& caller, NodeId parent, const std::string
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
+    absentName_.forget();
     const auto path = nodes_.childPath(parent, name);
     if (!path) {
         return Failure{ENOENT};
@@ -188,6 +196,8 @@ Result<Done> Operations::rename(Caller& caller, NodeId parent, const std::string
     if (!turn) {
         return turn.failure();
     }
+    sendAllGathered();
+    absentName_.forget();
     const auto from = nodes_.childPath(parent, name);
     const auto to = newPath(newParent, newName);
     if (!from || !to) {

@@ -1,94 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Volume/Trampolines.h"
 
-#include "Linux/Volume/FuseCaller.h"
+#include "Linux/Volume/Answer.h"
+#include "Linux/Volume/TrampolinesDirectories.h"
 
 #include <chrono>
 #include <memory>
-#include <optional>
 #include <span>
 #include <utility>
-#include <vector>
 
 namespace quillbox::volume {
 namespace {
 
-// How long the kernel may answer by itself, in seconds. Nothing is kept: the same files are changed
-// by the device's own programs, and the kernel is not told of that.
-constexpr double kKernelKeeps = 0;
-
 constexpr unsigned kLargestRequest = 1024 * 1024;  // bytes of one write, and of reading ahead
-
-Served& servedBy(fuse_req_t request) {
-    return *static_cast<Served*>(::fuse_req_userdata(request));
-}
-
-// The one way from a callback to an operation and back. `reply` answers with the value and cannot
-// fail; it returns false when the kernel did not take the answer, and `undo` then takes back what
-// the kernel will never release.
-template <typename Compute, typename Reply, typename Undo>
-void answer(fuse_req_t request, Compute compute, Reply reply, Undo undo) noexcept {
-    Served& served = servedBy(request);
-    int error = EIO;
-    decltype(compute(std::declval<Operations&>(), std::declval<Caller&>())) result = Failure{EIO};
-    try {
-        if (!served.queue.isClosed()) {
-            FuseCaller caller(request);
-            result = compute(served.operations, caller);
-            // While the connection went away no refusal is worth anything: "gone" least of all.
-            error = served.queue.isClosed() ? EIO : result.error();
-        }
-    } catch (...) {
-        result = Failure{EIO};
-    }
-    if (!result) {
-        ::fuse_reply_err(request, error);
-        return;
-    }
-    if (reply(*result) == 0) {
-        return;
-    }
-    try {
-        undo(served.operations, *result);
-    } catch (...) {
-        return;  // the program is gone; there is nobody to tell
-    }
-}
-
-template <typename Compute, typename Reply>
-void answer(fuse_req_t request, Compute compute, Reply reply) noexcept {
-    answer(request, std::move(compute), std::move(reply), [](Operations&, const auto&) {});
-}
-
-template <typename Compute>
-void answerDone(fuse_req_t request, Compute compute) noexcept {
-    answer(request, std::move(compute),
-           [request](const Done&) { return ::fuse_reply_err(request, 0); });
-}
-
-fuse_entry_param parameters(const Entry& entry) {
-    fuse_entry_param result = {};
-    result.ino = entry.node;
-    result.attr = entry.attributes;
-    result.attr_timeout = kKernelKeeps;
-    result.entry_timeout = kKernelKeeps;
-    return result;
-}
-
-template <typename Compute>
-void answerEntry(fuse_req_t request, Compute compute) noexcept {
-    answer(
-        request, std::move(compute),
-        [request](const Entry& entry) {
-            const fuse_entry_param answered = parameters(entry);
-            return ::fuse_reply_entry(request, &answered);
-        },
-        [](Operations& operations, const Entry& entry) { operations.forget(entry.node, 1); });
-}
-
-std::optional<HandleId> handleOf(const fuse_file_info* file) {
-    return file == nullptr ? std::nullopt : std::optional<HandleId>(file->fh);
-}
 
 void onInit(void* data, fuse_conn_info* connection) {
     connection->max_write = kLargestRequest;
@@ -124,7 +48,7 @@ void onGetAttributes(fuse_req_t request, fuse_ino_t node, fuse_file_info* file) 
             return operations.attributes(caller, node, handleOf(file));
         },
         [=](const struct stat& attributes) {
-            return ::fuse_reply_attr(request, &attributes, kKernelKeeps);
+            return ::fuse_reply_attr(request, &attributes, kKeepsNothing);
         });
 }
 
@@ -172,7 +96,7 @@ void onSetAttributes(fuse_req_t request, fuse_ino_t node, struct stat* wanted, i
             return operations.change(caller, node, handleOf(file), changesOf(*wanted, set));
         },
         [=](const struct stat& attributes) {
-            return ::fuse_reply_attr(request, &attributes, kKernelKeeps);
+            return ::fuse_reply_attr(request, &attributes, kKeepsNothing);
         });
 }
 
@@ -253,7 +177,8 @@ void onCreate(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
             return operations.create(caller, parent, name, mode, file->flags);
         },
         [=](const CreatedFile& created) {
-            const fuse_entry_param answered = parameters(created.entry);
+            const fuse_entry_param answered =
+                parameters(servedBy(request).operations, created.entry);
             file->fh = created.handle;
             return ::fuse_reply_create(request, &answered, file);
         },
@@ -295,12 +220,20 @@ void onWrite(fuse_req_t request, fuse_ino_t, const char* bytes, std::size_t size
         [=](std::size_t count) { return ::fuse_reply_write(request, count); });
 }
 
-// Nothing is gathered on this side: what was written is on the device.
-void onFlush(fuse_req_t request, fuse_ino_t, fuse_file_info*) {
-    answerDone(request, [](Operations&, Caller&) { return Result<Done>(Done{}); });
+void onFlush(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.flush(caller, file->fh);
+    });
 }
 
-void onSync(fuse_req_t request, fuse_ino_t, int, fuse_file_info*) {
+void onSync(fuse_req_t request, fuse_ino_t, int, fuse_file_info* file) {
+    answerDone(request, [=](Operations& operations, Caller& caller) {
+        return operations.flush(caller, file->fh);
+    });
+}
+
+// What changes in a folder is on the device as soon as it is answered.
+void onSyncDirectory(fuse_req_t request, fuse_ino_t, int, fuse_file_info*) {
     answerDone(request, [](Operations&, Caller&) { return Result<Done>(Done{}); });
 }
 
@@ -311,64 +244,6 @@ void onRelease(fuse_req_t request, fuse_ino_t, fuse_file_info* file) noexcept {
         ::fuse_reply_err(request, EIO);
         return;
     }
-    ::fuse_reply_err(request, 0);
-}
-
-void onOpenDirectory(fuse_req_t request, fuse_ino_t node, fuse_file_info* file) {
-    answer(
-        request,
-        [=](Operations& operations, Caller& caller) {
-            return operations.openDirectory(caller, node);
-        },
-        [=](HandleId handle) {
-            file->fh = handle;
-            return ::fuse_reply_open(request, file);
-        },
-        [](Operations& operations, HandleId handle) { operations.releaseDirectory(handle); });
-}
-
-// Entries 1 and 2 are "." and "..", the rest follows; an entry's offset is its number.
-Result<std::vector<char>> packedListing(fuse_req_t request, Operations& operations, fuse_ino_t node,
-                                        const std::vector<std::string>& names, std::size_t size,
-                                        std::size_t offset) {
-    constexpr std::size_t kDots = 2;
-    std::vector<char> buffer(size);
-    std::size_t used = 0;
-    for (std::size_t place = offset; place < names.size() + kDots; ++place) {
-        const char* name = place == 0 ? "." : place == 1 ? ".." : names[place - kDots].c_str();
-        struct stat entry = {};
-        entry.st_ino =
-            place < kDots ? operations.inode(node) : operations.inode(node, names[place - kDots]);
-        const std::size_t length = ::fuse_add_direntry(request, buffer.data() + used, size - used,
-                                                       name, &entry, static_cast<off_t>(place + 1));
-        if (length > size - used) {
-            break;
-        }
-        used += length;
-    }
-    buffer.resize(used);
-    return buffer;
-}
-
-void onReadDirectory(fuse_req_t request, fuse_ino_t node, std::size_t size, off_t offset,
-                     fuse_file_info* file) {
-    answer(
-        request,
-        [=](Operations& operations, Caller& caller) -> Result<std::vector<char>> {
-            const auto place = static_cast<std::uint64_t>(offset);
-            const auto names = operations.listing(caller, file->fh, place);
-            if (!names) {
-                return names.failure();
-            }
-            return packedListing(request, operations, node, **names, size, place);
-        },
-        [=](const std::vector<char>& buffer) {
-            return ::fuse_reply_buf(request, buffer.data(), buffer.size());
-        });
-}
-
-void onReleaseDirectory(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
-    servedBy(request).operations.releaseDirectory(file->fh);
     ::fuse_reply_err(request, 0);
 }
 
@@ -447,8 +322,9 @@ fuse_lowlevel_ops table() {
     operations.release = onRelease;
     operations.opendir = onOpenDirectory;
     operations.readdir = onReadDirectory;
+    operations.readdirplus = onReadDirectoryPlus;
     operations.releasedir = onReleaseDirectory;
-    operations.fsyncdir = onSync;
+    operations.fsyncdir = onSyncDirectory;
     operations.statfs = onVolumeFigures;
     operations.getxattr = onGetExtended;
     operations.setxattr = onSetExtended;

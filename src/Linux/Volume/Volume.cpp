@@ -197,7 +197,18 @@ void Volume::takeDown(Detachment first) {
 }
 
 void Volume::inBackground(std::function<void()> work) {
+    const std::lock_guard lock(helpersMutex_);
     helpers_.emplace_back([self = shared_from_this(), work = std::move(work)] { work(); });
+}
+
+std::future<void> Volume::finishWritesInBackground() {
+    auto done = std::make_shared<std::promise<void>>();
+    auto finished = done->get_future();
+    inBackground([this, done] {
+        operations_.finishAllWrites();
+        done->set_value();
+    });
+    return finished;
 }
 
 void Volume::takeAwayInBackground() {
@@ -312,10 +323,14 @@ void Volume::join() {
     if (thread_.joinable()) {
         thread_.join();
     }
-    for (std::thread& helper : helpers_) {
+    std::list<std::thread> helpers;
+    {
+        const std::lock_guard lock(helpersMutex_);
+        helpers.swap(helpers_);
+    }
+    for (std::thread& helper : helpers) {
         helper.join();
     }
-    helpers_.clear();
     delegate_.reset();
 }
 
@@ -325,6 +340,7 @@ void Volume::abandon() {
     if (thread_.joinable()) {
         thread_.detach();
     }
+    const std::lock_guard lock(helpersMutex_);
     for (std::thread& helper : helpers_) {
         helper.detach();
     }

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <future>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -59,6 +60,11 @@ public:
     void start();
     /// Takes the volume out of sight and tells so. Bounded. Main thread.
     void unmount();
+
+    /// Brings to the device what programs have written. Any thread; ready once that is done.
+    std::future<void> finishWritesInBackground();
+
+    bool hasUnfinishedWrites() const { return operations_.hasUnfinishedWrites(); }
 
     /// From now on EIO, and no call of the delegate. Any thread; returns at once.
     void gate(bool asTombstone);
@@ -134,7 +140,8 @@ private:
 
     std::mutex takeDownMutex_;  ///< one detaching at a time
     std::thread thread_;
-    std::list<std::thread> helpers_;
+    std::mutex helpersMutex_;
+    std::list<std::thread> helpers_;  ///< guarded by `helpersMutex_`
 
     // Main thread only.
     bool isTold_ = false;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <thread>
 
 namespace quillbox::volume {
@@ -11,6 +12,8 @@ namespace {
 
 // How long a volume whose device is gone goes on saying so, before its folder goes too.
 constexpr auto kTombstoneTime = std::chrono::milliseconds(1200);
+// How long what was written may take to reach the device before its connection ends.
+constexpr auto kFinishTime = std::chrono::seconds(2);
 // How long the end of a connection waits for a delegate call.
 constexpr auto kCallTime = std::chrono::seconds(5);
 // The end of everything: to detach, for programs to let go, and for the rest to be ended.
@@ -113,9 +116,29 @@ void VolumeCollection::checkPresence() {
     }
 }
 
+// In the background, since a device may never take it: then it is given up after a while.
+void VolumeCollection::finishWrites(const std::vector<std::shared_ptr<Volume>>& volumes) {
+    std::vector<std::future<void>> finished;
+    for (const auto& volume : volumes) {
+        if (volume->hasUnfinishedWrites()) {
+            finished.push_back(volume->finishWritesInBackground());
+        }
+    }
+    const auto deadline = std::chrono::steady_clock::now() + kFinishTime;
+    for (auto& each : finished) {
+        if (each.wait_until(deadline) != std::future_status::ready) {
+            main_->log(LogLevel::Warning, "The device did not take what programs had written on a "
+                                          "volume before its connection ended.");
+        }
+    }
+}
+
 void VolumeCollection::connectionEnds(AFCConnectionRef connection, bool deviceGone) {
     std::vector<std::shared_ptr<Volume>> volumes = all();
     std::erase_if(volumes, [&](const auto& volume) { return volume->connection() != connection; });
+    if (!deviceGone) {
+        finishWrites(volumes);
+    }
     const auto now = std::chrono::steady_clock::now();
     for (const auto& volume : volumes) {
         volume->gate(deviceGone);
@@ -155,6 +178,7 @@ std::vector<std::string> VolumeCollection::claimedPaths() const {
 
 void VolumeCollection::endAll() {
     const auto volumes = all();
+    finishWrites(volumes);
     for (const auto& volume : volumes) {
         volume->gate(false);
     }

@@ -41,6 +41,7 @@ public:
     void close();
 
 private:
+    void finishWrites(const std::vector<std::shared_ptr<Volume>>& volumes);
     std::vector<std::shared_ptr<Volume>> all() const;
     void endTombstoneAt(const std::string& path);
     void checkPresence();

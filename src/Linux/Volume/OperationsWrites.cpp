@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Writing: what is gathered, when it is sent, and who is told of a failure.
+#include "Linux/Volume/Operations.h"
+
+namespace quillbox::volume {
+namespace {
+
+/// Lets the delegate's writes of this thread answer before the device has.
+class EarlyAnswers {
+public:
+    EarlyAnswers(VolumeBacking& backing, bool wanted) : backing_(backing) {
+        backing_.answerWritesEarly(wanted);
+    }
+
+    ~EarlyAnswers() { backing_.answerWritesEarly(false); }
+
+    EarlyAnswers(const EarlyAnswers&) = delete;
+    EarlyAnswers& operator=(const EarlyAnswers&) = delete;
+
+private:
+    VolumeBacking& backing_;
+};
+
+}  // namespace
+
+// One write of the delegate's. The caller has a turn.
+Result<std::size_t> Operations::writeNow(const OpenFile& file, const char* buffer, std::size_t size,
+                                         std::int64_t offset) {
+    const EarlyAnswers early(backing_, !file.isSynchronous);
+    const std::string path = nodes_.path(file.node).value_or("");
+    backing_.beginCall();
+    std::optional<NSError> error;
+    const std::int32_t count =
+        delegate_.writeFileAtPath(path, file.userData, buffer, size, offset, &error);
+    if (count < 0) {
+        return Failure{errnoOfRefusal(error, backing_.lastFailure())};
+    }
+    if (static_cast<std::size_t>(count) > size || (count == 0 && size > 0)) {
+        return Failure{EIO};
+    }
+    nodes_.grown(file.node, static_cast<std::uint64_t>(offset) + static_cast<std::uint64_t>(count));
+    return static_cast<std::size_t>(count);
+}
+
+// A failure belongs to whoever wrote; nobody else is told. The caller has a turn.
+void Operations::send(const GatheredWrites::Run& run) {
+    const auto file = files_.find(run.handle);
+    if (!file) {
+        return;
+    }
+    std::size_t sent = 0;
+    while (sent < run.size) {
+        const auto count = writeNow(*file, run.bytes.get() + sent, run.size - sent,
+                                    run.offset + static_cast<std::int64_t>(sent));
+        if (!count) {
+            file->writing->note(count.error());
+            return;
+        }
+        sent += *count;
+    }
+}
+
+void Operations::sendGathered(NodeId node) {
+    if (gathered_.isEmpty()) {
+        return;
+    }
+    const std::lock_guard sending(sendMutex_);
+    const auto attributes = nodes_.kept(node);
+    if (attributes && attributes->st_nlink > 1 && !S_ISDIR(attributes->st_mode)) {
+        // It may be gathered under the file's other name.
+        while (const auto run = gathered_.takeAny()) {
+            send(*run);
+        }
+    } else if (const auto run = gathered_.take(node)) {
+        send(*run);
+    }
+}
+
+void Operations::sendAllGathered() {
+    if (gathered_.isEmpty()) {
+        return;
+    }
+    const std::lock_guard sending(sendMutex_);
+    while (const auto run = gathered_.takeAny()) {
+        send(*run);
+    }
+}
+
+Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const char* buffer,
+                                      std::size_t size, std::int64_t offset) {
+    const auto file = files_.find(handle);
+    if (!file || file->isVirtual || offset < 0) {
+        return Failure{EBADF};
+    }
+    if (const int late = file->writing->take(); late != 0) {
+        return Failure{late};
+    }
+    const auto end = static_cast<std::uint64_t>(offset) + size;
+    const auto isGathered = [&] {
+        if (file->isSynchronous || !gathered_.add(file->node, handle, buffer, size, offset)) {
+            return false;
+        }
+        nodes_.grown(file->node, end);
+        return true;
+    };
+    file->writing->isDirty = true;
+    if (isGathered()) {
+        return size;
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    sendGathered(file->node);
+    if (const int late = file->writing->take(); late != 0) {
+        return Failure{late};
+    }
+    return isGathered() ? Result<std::size_t>(size) : writeNow(*file, buffer, size, offset);
+}
+
+// The caller has a turn.
+Result<Done> Operations::finishWrites(const OpenFile& file) {
+    sendGathered(file.node);
+    backing_.beginCall();
+    const AFCError refusal = backing_.finishWrites(file.userData);
+    if (const int late = file.writing->take(); late != 0) {
+        return Failure{late};
+    }
+    return refusal == kAFCSuccess ? Result<Done>(Done{})
+                                  : Result<Done>(Failure{errnoOfDevice(refusal)});
+}
+
+Result<Done> Operations::flush(Caller& caller, HandleId handle) {
+    const auto file = files_.find(handle);
+    if (!file || file->isVirtual || !file->isWritable || !file->writing->isDirty) {
+        return Done{};
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    file->writing->isDirty = false;
+    return finishWrites(*file);
+}
+
+void Operations::finishAllWrites() {
+    PatientCaller nobody;
+    for (const HandleId handle : files_.handles()) {
+        const auto done = flush(nobody, handle);
+        if (const auto file = files_.find(handle); file && !done) {
+            file->writing->note(done.error());
+        }
+    }
+}
+
+bool Operations::hasUnfinishedWrites() const {
+    for (const HandleId handle : files_.handles()) {
+        const auto file = files_.find(handle);
+        if (file && file->isWritable && file->writing->isDirty) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace quillbox::volume
