@@ -6,6 +6,7 @@ that request failing. A status of 0 is allowed only where the result is right an
 """
 
 import errno
+import itertools
 import os
 import shutil
 import unittest
@@ -67,9 +68,17 @@ class EachRequestFails(DeviceTest):
 
     def test_cp_onto_the_volume(self):
         source = self.fill(self.local("source"))
-        target = os.path.join(self.media, "target")
-        self.every_request(*self.copy_job(source, target, "cp", "-r", source,
-                                          os.path.join(self.volume, "target")))
+        names = (f"target{number}" for number in itertools.count())
+        target = {}
+
+        def prepare():
+            # A new one each time: what was there a moment ago may still be known for a moment.
+            target["name"] = next(names)
+
+        self.every_request(prepare, lambda: run("cp", "-r", source, os.path.join(
+            self.volume, target["name"]), check=False), lambda: os.path.isdir(
+                os.path.join(self.media, target["name"])) and tree(os.path.join(
+                    self.media, target["name"])) == tree(source))
 
     def test_rsync_off_the_volume_with_delete(self):
         source = self.fill(os.path.join(self.media, "source"))
