@@ -8,17 +8,22 @@
 #include <clocale>
 #include <exception>
 #include <iostream>
+#include <malloc.h>
 
 namespace {
 
 constexpr int kFailure = 1;
 constexpr int kBadUsage = 2;
+constexpr int kLargePiece = 128 << 10;  // bytes
 
 }  // namespace
 
 int main(int argc, char** argv) {
     using namespace quillbox;
     std::setlocale(LC_ALL, "");
+    // Large pieces, of which copies are made, go back to the system when they are done with: the
+    // library would begin to keep them after the first.
+    mallopt(M_MMAP_THRESHOLD, kLargePiece);
     try {
         const auto parsed = app::parseOptions({argv + 1, argv + argc});
         if (parsed.error) {

@@ -188,26 +188,27 @@ void onCreate(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
         });
 }
 
-struct ReadBytes {
-    std::unique_ptr<char[]> bytes;  // not filled with zeros first, as a vector would be
-    std::size_t count = 0;
-};
+// Where a thread reads to, kept from read to read: not filled with zeros, as a vector would be, and
+// not taken from the system each time.
+char* readingRoom(std::size_t size) {
+    thread_local std::unique_ptr<char[]> room;
+    thread_local std::size_t roomSize = 0;
+    if (size > roomSize) {
+        room = std::make_unique_for_overwrite<char[]>(size);
+        roomSize = size;
+    }
+    return room.get();
+}
 
 void onRead(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* file) {
+    char* bytes = nullptr;
     answer(
         request,
-        [=](Operations& operations, Caller& caller) -> Result<ReadBytes> {
-            ReadBytes read{std::make_unique_for_overwrite<char[]>(size), 0};
-            const auto count = operations.read(caller, file->fh, read.bytes.get(), size, offset);
-            if (!count) {
-                return count.failure();
-            }
-            read.count = *count;
-            return read;
+        [=, &bytes](Operations& operations, Caller& caller) {
+            bytes = readingRoom(size);
+            return operations.read(caller, file->fh, bytes, size, offset);
         },
-        [=](const ReadBytes& read) {
-            return ::fuse_reply_buf(request, read.bytes.get(), read.count);
-        });
+        [=, &bytes](std::size_t count) { return ::fuse_reply_buf(request, bytes, count); });
 }
 
 void onWrite(fuse_req_t request, fuse_ino_t, const char* bytes, std::size_t size, off_t offset,
