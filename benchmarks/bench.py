@@ -19,7 +19,7 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "integration"))
-from harness import Quillbox, Simulator, program, wait_for  # noqa: E402
+from harness import Quillbox, Simulator, is_mounted, program, wait_for  # noqa: E402
 
 MIB = 1 << 20
 
@@ -54,10 +54,14 @@ class Scene:
         self.simulator.ctl("counters", "reset")
         started = time.monotonic()
         self.quillbox = Quillbox(self.folder, self.simulator.environment)
-        self.volume = self.quillbox.wait_mounted("Blue Phone", 60)
+        self.volume = wait_for(self.mounted, 60, "the phone is mounted")
         self.arrival = time.monotonic() - started
         self.source = os.path.join(self.folder, "source")
         self.write(self.source, large)
+
+    def mounted(self):
+        paths = (os.path.join(self.quillbox.volumes, name) for name in os.listdir(self.quillbox.volumes))
+        return next((path for path in paths if is_mounted(path)), None)
 
     @staticmethod
     def write(path, size):
@@ -197,7 +201,6 @@ def beside_a_thumbnailer(scene, results, count=200):
 
 
 def memory(scene, results, size):
-    wait_for(lambda: True, 1, "")
     idle = scene.quillbox.resident_kib()
     sparse = os.path.join(scene.media, "sparse")
     with open(sparse, "wb") as file:

@@ -176,7 +176,7 @@ class Program:
         self.both(work)
 
     def link(self, folder):
-        path, target = self.path(folder), self.random.choice(("a", "../b", "nowhere"))
+        path, target = self.path(folder), self.random.choice(("a", "b", "nowhere"))
         self.note(path, target)
 
         def work(root):

@@ -73,7 +73,7 @@ class Unplugged(DeviceTest):
         self.check_ended_with_an_io_error(outcome)
 
     def test_during_find(self):
-        self.simulator.ctl("latency", 5)
+        self.simulator.ctl("latency", 100)
         outcome = self.unplug_while(["find", self.volume, "-ls"])
         self.check_ended_with_an_io_error(outcome)
 
@@ -164,10 +164,12 @@ class ConnectionLost(DeviceTest):
         path = os.path.join(self.volume, "log")
         with open(path, "wb", buffering=0) as file:
             file.write(b"one")
+            os.fsync(file.fileno())
             self.simulator.ctl("drop-connections", self.simulator.udids[0])
             with self.assertRaises(OSError) as caught:
                 for _ in range(3):
                     file.write(b"two")
+                os.fsync(file.fileno())
             self.assertEqual(caught.exception.errno, errno.EIO)
         with open(os.path.join(self.media, "log"), "rb") as file:
             self.assertEqual(file.read(), b"one")
