@@ -14,8 +14,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -68,52 +68,70 @@ Finding judgeSharing() {
             may ? "" : "where they should be, put user_allow_other into /etc/fuse.conf"};
 }
 
-/// The devices as a running program knows them, else as they show themselves now.
-std::vector<control::DeviceView> findDevices(const Options& options, bool canAsk,
-                                             std::vector<Finding>& findings, bool* isServed) {
-    const std::string folder = host::runtimeFolder();
+/// The running program that the command line means, with what there is to say about it.
+std::optional<control::Instance> findInstance(const Options& options,
+                                              std::vector<Finding>& findings) {
     const std::string subject = "Quillbox";
-    *isServed = false;
+    const std::string folder = host::runtimeFolder();
     if (folder.empty()) {
         findings.push_back({Kind::Problem, subject, "there is no private folder for its socket",
                             "give this user an XDG_RUNTIME_DIR of mode 0700"});
-    } else if (const auto running = fittingInstances(options, folder); running.size() == 1) {
-        const auto result =
-            control::call(running[0], {control::kStates, false, {}}, kProgramPatience);
-        if (result.kind == control::CallResult::Kind::Answered) {
-            findings.push_back(
-                {Kind::Good, subject, "runs as process " + std::to_string(running[0].process), {}});
-            *isServed = true;
-            return control::devicesFromStates(result.answer.output);
-        }
-        findings.push_back(
-            {Kind::Problem, subject, result.error,
-             "end process " + std::to_string(running[0].process) + " and start Quillbox anew"});
-        return {};
-    } else {
-        findings.push_back(
-            {Kind::Note, subject, running.empty() ? "is not running" : "runs more than once",
-             running.empty() ? "start it: quillbox" : "name one: --preferences FILE"});
+        return std::nullopt;
     }
-    return canAsk ? surveyDevices(kSurveyPatience) : std::vector<control::DeviceView>();
+    const auto running = fittingInstances(options, folder);
+    if (running.size() == 1) {
+        return running.front();
+    }
+    findings.push_back({Kind::Note, subject,
+                        running.empty() ? "is not running" : "runs more than once",
+                        running.empty() ? "start it: quillbox" : "name one: --preferences FILE"});
+    return std::nullopt;
+}
+
+/// The devices as the running program knows them; none where it does not answer.
+std::optional<std::vector<control::DeviceView>> askInstance(const control::Instance& instance,
+                                                            std::vector<Finding>& findings) {
+    const auto result = control::call(instance, {control::kStates, false, {}}, kProgramPatience);
+    const std::string process = "process " + std::to_string(instance.process);
+    if (result.kind != control::CallResult::Kind::Answered) {
+        findings.push_back({Kind::Problem, "Quillbox", result.error,
+                            "end " + process + " and start Quillbox anew"});
+        return std::nullopt;
+    }
+    findings.push_back({Kind::Good, "Quillbox", "runs as " + process, {}});
+    return control::devicesFromStates(result.answer.output);
+}
+
+/// The multiplexer that the running program uses is the one to be looked at.
+void useMultiplexerOf(const control::Instance& instance) {
+    const std::string& place = instance.key.multiplexer;
+    ::setenv(kMultiplexerVariable, ((place.starts_with('/') ? "UNIX:" : "") + place).c_str(), 1);
 }
 
 }  // namespace
 
 int runDoctor(const Options& options) {
-    const auto probe = probeMultiplexer(kMultiplexerPatience);
-    const bool answers = probe.health == MultiplexerProbe::Health::Answers;
     std::vector<Finding> findings = control::checkFuse(control::FusePlaces::ofThisSystem());
     findings.push_back(judgeVolumesFolder(options));
     findings.push_back(judgeSharing());
-    findings.push_back(judge(probe));
     for (auto& each : libraryFindings()) {
         findings.push_back(std::move(each));
     }
-    bool isServed = false;
-    const auto devices = findDevices(options, answers, findings, &isServed);
+    const auto instance = findInstance(options, findings);
+    if (instance) {
+        useMultiplexerOf(*instance);
+    }
+    const auto probe = probeMultiplexer(kMultiplexerPatience);
+    const bool answers = probe.health == MultiplexerProbe::Health::Answers;
+    findings.push_back(judge(probe));
+    std::vector<control::DeviceView> devices;
+    if (instance) {
+        devices = askInstance(*instance, findings).value_or(std::move(devices));
+    } else if (answers) {
+        devices = surveyDevices(kSurveyPatience);
+    }
     for (const auto& each : devices) {
-        findings.push_back(control::judgeDevice(each, isServed));
+        findings.push_back(control::judgeDevice(each, instance.has_value()));
     }
     if (devices.empty() && answers) {
         findings.push_back({Kind::Note, "Devices", "none is attached",

@@ -274,6 +274,8 @@ class Simulated(VerbTest):
         self.quillbox.wait_mounted("Blue Phone (Media)", 30)
         self.assertEqual([each["name"] for each in self.list()], ["Blue Phone"])
         self.ok("list", "--simulate")
+        doctor = self.quillbox.verb("doctor", "--volumes", self.quillbox.volumes)
+        self.assertEqual(doctor.returncode, 0, doctor.stdout)
         self.quillbox.process.send_signal(signal.SIGTERM)
         self.quillbox.process.wait(20 * PATIENCE)
         self.refused(NOT_RUNNING, "list", "--simulate")

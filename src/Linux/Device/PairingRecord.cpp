@@ -13,7 +13,7 @@ namespace quillbox::device {
 
 namespace {
 
-struct FreeMemory {
+struct FreeRecord {
     void operator()(char* memory) const { std::free(memory); }
 };
 
@@ -30,7 +30,7 @@ Failure readPairingRecord(const std::string& udid, PairingRecord& record) {
     std::uint32_t size = 0;
     startLibrary();
     const int result = usbmuxd_read_pair_record(udid.c_str(), &bytes, &size);
-    const std::unique_ptr<char, FreeMemory> owner{bytes};
+    const std::unique_ptr<char, FreeRecord> owner{bytes};
     if (result != 0 || bytes == nullptr) {
         return {FailureKind::NoPairingRecord, "this computer holds no pairing record"};
     }
