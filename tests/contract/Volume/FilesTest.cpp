@@ -214,6 +214,8 @@ TEST_F(FilesOnAVolume, FollowARenameWhileOpen) {
     const ino_t before = statOf(file).st_ino;
     EXPECT_EQ(::rename(at("/folder").c_str(), at("/moved").c_str()), 0);
     EXPECT_EQ(::pwrite(file, "INSIDE", 6, 0), 6);
+    EXPECT_EQ(device->content("/moved/inner.txt"), "inside");  // a small write is gathered
+    EXPECT_EQ(::fsync(file), 0);
     EXPECT_EQ(device->content("/moved/inner.txt"), "INSIDE");
     EXPECT_EQ(statOf(file).st_size, 6);
     EXPECT_EQ(statOf(file).st_ino, statOf(at("/moved/inner.txt")).st_ino);
@@ -281,10 +283,20 @@ TEST_F(FilesOnAVolume, TransfersThatFailSayWhy) {
     device->failNth(Request::Read, 2, kAFCPermissionDenied);  // the program
     EXPECT_EQ(errnoOf(::pread(file, &byte, 1, 0)), EACCES);
     device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
-    EXPECT_EQ(errnoOf(::pwrite(file, &byte, 1, 0)), ENOSPC);
+    EXPECT_EQ(::pwrite(file, &byte, 1, 0), 1);
+    EXPECT_EQ(errnoOf(::fsync(file)), ENOSPC);
     device->failNth(Request::Write, 1, kAFCConnectionLost);
+    EXPECT_EQ(::pwrite(file, &byte, 1, 0), 1);
+    EXPECT_EQ(statOf(file).st_size, 13);  // sends it; whoever wrote hears of the failure
     EXPECT_EQ(errnoOf(::pwrite(file, &byte, 1, 0)), EIO);
     EXPECT_EQ(::fsync(file), 0);
+    const std::string large(1U << 20U, 'x');
+    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
+    EXPECT_EQ(errnoOf(::pwrite(file, large.data(), large.size(), 0)), ENOSPC);
+    const int synchronous = ::open(at("/notes.txt").c_str(), O_WRONLY | O_DSYNC | O_CLOEXEC);
+    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
+    EXPECT_EQ(errnoOf(::pwrite(synchronous, &byte, 1, 0)), ENOSPC);
+    EXPECT_EQ(::close(synchronous), 0);
     EXPECT_EQ(errnoOf(::fallocate(file, 0, 0, 100)), EOPNOTSUPP);
     EXPECT_EQ(::lseek(file, 0, SEEK_END), 13);
     EXPECT_EQ(::close(file), 0);

@@ -3,6 +3,7 @@
 #include "Linux/Volume/Attributes.h"
 #include "Linux/Volume/DelegateQueue.h"
 #include "Linux/Volume/Errors.h"
+#include "Linux/Volume/GatheredWrites.h"
 #include "Linux/Volume/MountOptions.h"
 #include "Linux/Volume/MountTable.h"
 #include "Linux/Volume/Nodes.h"
@@ -278,6 +279,41 @@ TEST_F(OperationsOverADelegate, FailTheCreationThatCannotBeShown) {
 TEST_F(OperationsOverADelegate, RefuseATopThatIsNoFolder) {
     device->put("/", "a file");
     EXPECT_EQ(operations.attributes(caller, kRootNode, std::nullopt).error(), EIO);
+}
+
+TEST(GatheredWrites, TakeWhatGoesOnAndNothingElse) {
+    GatheredWrites gathered;
+    EXPECT_TRUE(gathered.isEmpty());
+    EXPECT_TRUE(gathered.add(5, 1, "abc", 3, 10));
+    EXPECT_TRUE(gathered.add(5, 1, "de", 2, 13));
+    EXPECT_FALSE(gathered.add(5, 1, "x", 1, 10)) << "elsewhere";
+    EXPECT_FALSE(gathered.add(5, 2, "x", 1, 15)) << "through another handle";
+    EXPECT_TRUE(gathered.add(6, 2, "f", 1, 0));
+    const std::string large(GatheredWrites::kLarge, 'l');
+    EXPECT_FALSE(gathered.add(7, 3, large.data(), large.size(), 0)) << "worth a request";
+    const auto run = gathered.take(5);
+    ASSERT_TRUE(run);
+    EXPECT_EQ(run->handle, 1U);
+    EXPECT_EQ(run->offset, 10);
+    EXPECT_EQ(std::string(run->bytes.get(), run->size), "abcde");
+    EXPECT_FALSE(gathered.take(5));
+    EXPECT_EQ(gathered.takeAny()->node, 6U);
+    EXPECT_TRUE(gathered.isEmpty());
+}
+
+TEST(GatheredWrites, AreBounded) {
+    GatheredWrites gathered;
+    const std::string piece(256U << 10U, 'p');
+    std::int64_t offset = 0;
+    while (gathered.add(1, 1, piece.data(), piece.size(), offset)) {
+        offset += static_cast<std::int64_t>(piece.size());
+    }
+    EXPECT_EQ(static_cast<std::size_t>(offset), GatheredWrites::kMostOfAFile);
+    std::size_t total = 0;
+    for (NodeId node = 2; gathered.add(node, 1, piece.data(), piece.size(), 0); ++node) {
+        total += piece.size();
+    }
+    EXPECT_EQ(total + GatheredWrites::kMostOfAFile, GatheredWrites::kMostInAll);
 }
 
 }  // namespace
