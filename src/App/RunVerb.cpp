@@ -2,14 +2,22 @@
 #include "App/RunVerb.h"
 
 #include "App/InstanceKey.h"
+#include "Linux/Control/Descriptor.h"
 #include "Linux/Control/Json.h"
 #include "Linux/Control/Protocol.h"
 #include "Linux/Control/SingleInstance.h"
 #include "Linux/Control/VerbClient.h"
 #include "Linux/Host/UserFolders.h"
 
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -28,14 +36,25 @@ int complain(int status, const std::string& why) {
     return status;
 }
 
-/// The instance is gone once its lock is: then all is unmounted.
-int awaitEnd(const control::Instance& instance, bool json) {
+/// Shows the end of a process, whoever gets its number afterwards; null on an old kernel.
+std::unique_ptr<control::Descriptor> watchProcess(int process) {
+    return control::Descriptor::own(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
+}
+
+/// All is unmounted once the instance's lock is free; what is left of its process takes a moment.
+int awaitEnd(const control::Instance& instance, const control::Descriptor* process, bool json) {
     const auto deadline = std::chrono::steady_clock::now() + kLongestQuit;
     while (control::isRunning(instance)) {
         if (std::chrono::steady_clock::now() >= deadline) {
             return complain(control::kCouldNot, "the running Quillbox does not end");
         }
         std::this_thread::sleep_for(20ms);
+    }
+    if (process != nullptr) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd source{process->number(), POLLIN, 0};
+        ::poll(&source, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
     }
     if (json) {
         std::cout << "{\n  \"ended\": true\n}\n";
@@ -62,11 +81,12 @@ int runVerb(const Options& options) {
     const auto& instance = fitting.front();
     const auto& words = options.verb;
     const bool isQuit = words.front() == "quit";
+    const auto process = isQuit ? watchProcess(instance.process) : nullptr;
     const auto result = control::call(
         instance, {words.front(), options.json, {words.begin() + 1, words.end()}}, kLongestVerb);
     using Kind = control::CallResult::Kind;
     if (result.kind == Kind::Ended && isQuit) {
-        return awaitEnd(instance, options.json);
+        return awaitEnd(instance, process.get(), options.json);
     }
     if (result.kind != Kind::Answered) {
         const bool isGone = result.kind == Kind::Ended && !control::isRunning(instance);
