@@ -214,7 +214,7 @@ BusMenuItem BusMenu::layout(int id, int depth, const QStringList& wanted) const 
     return result;
 }
 
-bool BusMenu::event(int id, const QString& kind) {
+bool BusMenu::handleEvent(int id, const QString& kind) {
     if (id == kTop) {
         return true;
     }
@@ -289,7 +289,7 @@ QDBusMessage BusMenu::answer(const QDBusMessage& call) {
                    : invalid(call, QStringLiteral("no such property"));
     }
     if (member == QLatin1String("Event") && signature == QLatin1String("isvu")) {
-        return event(argument(0).toInt(), argument(1).toString())
+        return handleEvent(argument(0).toInt(), argument(1).toString())
                    ? call.createReply()
                    : invalid(call, QStringLiteral("no such item"));
     }
@@ -304,7 +304,7 @@ QDBusMessage BusMenu::answer(const QDBusMessage& call) {
             events.beginStructure();
             events >> id >> kind >> data >> time;
             events.endStructure();
-            if (!event(id, kind)) {
+            if (!handleEvent(id, kind)) {
                 unknown.append(id);
             }
         }

@@ -51,7 +51,7 @@ private:
 
     QVariantMap properties(int id, const QStringList& wanted) const;
     BusMenuItem layout(int id, int depth, const QStringList& wanted) const;
-    bool event(int id, const QString& kind);
+    bool handleEvent(int id, const QString& kind);
     QVariant ownProperty(const QString& name) const;
     QDBusMessage answer(const QDBusMessage& call);
 
