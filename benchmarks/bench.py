@@ -264,6 +264,7 @@ def main():
     parser.add_argument("--only", default="")
     options = parser.parse_args()
     results = Results()
+    load = os.getloadavg()
     print("| link | work | seconds | round trips | limit | ratio |\n|---|---|---|---|---|---|")
     links = [(options.latency, 40, False)] if options.quick else \
         [(latency, rate, tls) for tls in (False, True) for rate in (0, 40) for latency in (0, 1, 5)]
@@ -294,7 +295,8 @@ def main():
     with open(os.path.join(HERE, "results.md"), "w") as file:
         file.write("# Speed of volumes\n\n"
                    f"{datetime.date.today()}, {os.cpu_count()} processors ({model}), "
-                   f"Linux {platform.release()}. Made by `./bench`.\n\n"
+                   f"Linux {platform.release()}, load average {load[0]:.1f} at the beginning and "
+                   f"{os.getloadavg()[0]:.1f} at the end. Made by `./bench`.\n\n"
                    "The limit is the same bytes as one pipelined raw stream over the same link, in seconds, "
                    "and the ratio the part of its speed that was reached. Where there is no limit, the "
                    "ratio counts round-trip times of the link.\n\n"

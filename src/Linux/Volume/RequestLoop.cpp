@@ -114,7 +114,7 @@ bool RequestLoop::read(Buffer& buffer) {
 void RequestLoop::handOver() {
     isRead_ = false;
     if (idle_ > 0) {
-        changed_.notify_all();
+        wanted_.notify_one();
     } else if (threads_.size() < kThreadLimit) {
         startThread();
     }
@@ -145,7 +145,7 @@ void RequestLoop::work() {
                 return;
             }
             ++idle_;
-            changed_.wait(lock, [this] { return hasEnded_ || !isRead_ || !putBy_.empty(); });
+            wanted_.wait(lock, [this] { return hasEnded_ || !isRead_ || !putBy_.empty(); });
             --idle_;
             continue;
         }
@@ -158,6 +158,7 @@ void RequestLoop::work() {
             hasEnded_ = true;
             isRead_ = false;
             changed_.notify_all();
+            wanted_.notify_all();
             return;
         }
         if (buffer.isForReader()) {

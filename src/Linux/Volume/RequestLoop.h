@@ -61,6 +61,7 @@ private:
     const int wake_;  ///< readable once the loop is to stop
     std::mutex mutex_;
     std::condition_variable changed_;
+    std::condition_variable wanted_;  ///< an idle thread is: to read, or at the end
     std::list<std::thread> threads_;
     std::list<std::thread> finished_;
     std::deque<Buffer> putBy_;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
+
 #define FUSE_USE_VERSION 312
 #include <fuse_lowlevel.h>
 
