@@ -7,6 +7,7 @@
 #include "Wire/AfcLists.h"
 #include "Wire/AfcParameters.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,20 @@ namespace quillbox::device {
 inline constexpr std::size_t kMaxNames = 2'000'000;
 /// Most bytes moved by one request; longer transfers take several.
 inline constexpr std::size_t kMaxTransfer = 1U << 20U;
+
+/// The parameters of a request that has words only, without any memory of their own.
+template <typename... Words>
+std::array<std::byte, sizeof...(Words) * sizeof(std::uint64_t)> words(Words... values) {
+    std::array<std::byte, sizeof...(Words) * sizeof(std::uint64_t)> bytes{};
+    std::size_t at = 0;
+    (
+        [&](std::uint64_t value) {
+            wire::storeLittle(std::span{bytes}.subspan(at), value);
+            at += sizeof value;
+        }(values),
+        ...);
+    return bytes;
+}
 
 /// AFC over one connection. Requests go out in the order of the calls and answers come in the same
 /// order; a call may wait for its answer, or leave it to be collected by whoever waits next. Any

@@ -15,20 +15,6 @@ using wire::AfcParameters;
 /// Most bytes of one file that are written and not answered.
 constexpr std::size_t kMostUnanswered = 4U << 20U;
 
-/// Words of a request, without any memory of their own.
-template <typename... Words>
-std::array<std::byte, sizeof...(Words) * sizeof(std::uint64_t)> words(Words... values) {
-    std::array<std::byte, sizeof...(Words) * sizeof(std::uint64_t)> bytes{};
-    std::size_t at = 0;
-    (
-        [&](std::uint64_t value) {
-            wire::storeLittle(std::span{bytes}.subspan(at), value);
-            at += sizeof value;
-        }(values),
-        ...);
-    return bytes;
-}
-
 bool appends(const FileHandle& file) {
     return file.mode >= static_cast<std::uint64_t>(wire::AfcOpenMode::Append);
 }

@@ -12,13 +12,6 @@ namespace {
 constexpr std::uint64_t kSlack = ReadAhead::kChunk;
 constexpr std::chrono::milliseconds kPause{250};
 
-std::array<std::byte, 16> words(std::uint64_t first, std::uint64_t second) {
-    std::array<std::byte, 16> bytes{};
-    wire::storeLittle(std::span{bytes}, first);
-    wire::storeLittle(std::span{bytes}.subspan(8), second);
-    return bytes;
-}
-
 }  // namespace
 
 AFCError DevicePosition::moveTo(AfcClient& client, std::uint64_t wanted,
@@ -26,13 +19,10 @@ AFCError DevicePosition::moveTo(AfcClient& client, std::uint64_t wanted,
     if (fixed && place == wanted) {
         return kAFCSuccess;
     }
-    std::array<std::byte, 24> parameters{};
-    wire::storeLittle(std::span{parameters}, handle);
-    wire::storeLittle(std::span{parameters}.subspan(8),
-                      static_cast<std::uint64_t>(wire::AfcWhence::Set));
-    wire::storeLittle(std::span{parameters}.subspan(16), wanted);
     place = wanted;
-    return client.putBehind(wire::AfcOperation::FileSeek, parameters, outstanding);
+    return client.putBehind(wire::AfcOperation::FileSeek,
+                            words(handle, static_cast<std::uint64_t>(wire::AfcWhence::Set), wanted),
+                            outstanding);
 }
 
 bool ReadAhead::isFresh(const Chunk& chunk) const {
@@ -123,7 +113,8 @@ AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint6
         chunk->moved = 0;
         chunk->error = kAFCConnectionLost;
         chunk->done = false;
-        client.askAhead(wire::AfcOperation::FileRead, words(device.handle, kChunk), chunk);
+        client.askAhead(wire::AfcOperation::FileRead, words(device.handle, std::uint64_t{kChunk}),
+                        chunk);
         device.place = from + kChunk;
         chunks_.push_back(std::move(chunk));
     }
