@@ -14,6 +14,8 @@
 namespace quillbox::volume {
 namespace {
 
+// How long a volume that is unmounted waits for the device to take what was written.
+constexpr auto kFinishTime = std::chrono::seconds(1);
 // How long the main thread waits for a volume to be detached.
 constexpr auto kUnmountTime = std::chrono::seconds(2);
 
@@ -248,6 +250,10 @@ void Volume::unmount() {
                 std::unique_lock lock(mutex_);
                 changed_.wait(lock, [this] { return isTried_; });
             }
+            if (operations_.hasUnfinishedWrites()) {
+                // What a stalled device does not take now it may still take when it is closed.
+                finishWritesInBackground().wait_for(kFinishTime);
+            }
             takeDown(Detachment::Plain);
         });
         if (!waitUntilGone(std::chrono::steady_clock::now() + kUnmountTime) && isOutOfSight()) {
@@ -323,6 +329,13 @@ void Volume::join() {
     if (thread_.joinable()) {
         thread_.join();
     }
+    // One may have started another.
+    while (joinHelpers()) {
+    }
+    delegate_.reset();
+}
+
+bool Volume::joinHelpers() {
     std::list<std::thread> helpers;
     {
         const std::lock_guard lock(helpersMutex_);
@@ -331,7 +344,7 @@ void Volume::join() {
     for (std::thread& helper : helpers) {
         helper.join();
     }
-    delegate_.reset();
+    return !helpers.empty();
 }
 
 // The process is about to end and a delegate call never returned. The threads own this object, so

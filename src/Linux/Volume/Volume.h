@@ -109,6 +109,7 @@ private:
     void tellEnded(int mountError);
     void notify(std::string_view name, std::map<std::string, NSError> userInfo);
     void inBackground(std::function<void()> work);
+    bool joinHelpers();
     std::string optionText() const;
 
     const std::string askedPath_;

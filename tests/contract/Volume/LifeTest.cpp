@@ -151,8 +151,10 @@ TEST_F(LifeOfAVolume, LazyUnmountingByAnybodyElseIsNoticedAtOnce) {
 TEST_F(LifeOfAVolume, ABusyVolumeIsServedOutOfSight) {
     mount();
     const int file = ::open(at("/notes.txt").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(::pwrite(file, "J", 1, 0), 1);
     volume->unmount();
     EXPECT_EQ(told(), 1U);
+    EXPECT_EQ(device->content("/notes.txt"), "Jello, volume");  // what was gathered is sent
     EXPECT_FALSE(exists(top));
     EXPECT_TRUE(log.has("is in use"));
     EXPECT_EQ(::pwrite(file, "HELLO", 5, 0), 5);
