@@ -11,6 +11,7 @@
 #include "App/Surface.h"
 #include "App/VolumeJournal.h"
 #include "App/Wiring.h"
+#include "App/WritingNotices.h"
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
 #include "Core/Volumes/CommonData.h"
@@ -201,6 +202,11 @@ private:
         CommonData::setPlatform(wiring.platform());
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
+            std::optional<WritingNotices> writing;
+            if (desktop != nullptr) {
+                writing.emplace(*desktop, loop, wiring.platform().notifications, wiring.volumes(),
+                                mounted_);
+            }
             PodController controller;
             DeviceControl verbs(loop, wiring.platform().notifications, wiring.devices(), mounted_,
                                 options_.given);

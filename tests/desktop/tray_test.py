@@ -139,6 +139,17 @@ class ThroughAPanel(DesktopTest):
         self.assertEqual(self.quillbox.process.wait(15 * PATIENCE), 0)
         self.assertEqual(os.listdir(self.quillbox.volumes), [])
 
+    def test_a_volume_that_is_written_to_says_so(self):
+        self.start()
+        volume = self.quillbox.wait_mounted(VOLUME)
+        self.assertTrue(self.enabled("Unmount Device"))
+        with open(os.path.join(volume, "being written"), "wb", buffering=0) as file:
+            file.write(b"x" * 1000)
+            wait_for(lambda: self.enabled("Unmount Device (still writing)"), 20 * PATIENCE, "it is written to")
+            self.assertIn("still being written", self.quillbox.tool_tip())
+        wait_for(lambda: self.enabled("Unmount Device"), 20 * PATIENCE, "it is written")
+        wait_for(lambda: self.quillbox.tool_tip() == "", 20 * PATIENCE, "nothing to say")
+
     def test_a_second_start_shows_a_window_of_the_first(self):
         self.start()
         self.assertEqual(self.desktop.windows("Welcome to Quillbox"), [])

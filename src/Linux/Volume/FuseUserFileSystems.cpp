@@ -78,6 +78,10 @@ std::vector<std::string> FuseUserFileSystems::claimedPaths() const {
     return volumes_->claimedPaths();
 }
 
+std::vector<std::string> FuseUserFileSystems::writtenPaths() const {
+    return volumes_->writtenPaths();
+}
+
 void FuseUserFileSystems::endAll() {
     volumes_->endAll();
 }

@@ -53,6 +53,10 @@ public:
     /// not there yet: not free, whatever the disk says. Any thread.
     std::vector<std::string> claimedPaths() const;
 
+    /// The paths of volumes with files that programs have written to and the device has not got
+    /// whole. Any thread.
+    std::vector<std::string> writtenPaths() const;
+
     /// Ends every volume, in about two seconds at most: EIO, out of sight, and where a session does
     /// not end by itself, without the kernel's leave. For quitting. Main thread.
     void endAll();

@@ -166,6 +166,16 @@ std::vector<std::string> VolumeCollection::tombstones() const {
     return paths;
 }
 
+std::vector<std::string> VolumeCollection::writtenPaths() const {
+    std::vector<std::string> paths;
+    for (const auto& volume : all()) {
+        if (volume->hasUnfinishedWrites()) {
+            paths.push_back(volume->path());
+        }
+    }
+    return paths;
+}
+
 std::vector<std::string> VolumeCollection::claimedPaths() const {
     std::vector<std::string> paths;
     for (const auto& volume : all()) {

@@ -35,6 +35,7 @@ public:
     void connectionEnds(AFCConnectionRef connection, bool deviceGone);
     std::vector<std::string> tombstones() const;
     std::vector<std::string> claimedPaths() const;
+    std::vector<std::string> writtenPaths() const;
     void endAll();
     /// Ends everything and lets go of the main thread. Main thread; nothing but the destructor
     /// after this.

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/WritingNotices.h"
+
+#include "Core/Platform/UserFileSystem.h"
+#include "Core/Volumes/CommonData.h"
+#include "Core/Volumes/iPodDevice.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace quillbox::app {
+
+namespace {
+
+constexpr std::chrono::seconds kPause{1};
+
+}  // namespace
+
+WritingNotices::WritingNotices(desktop::Desktop& desktop, host::MainLoop& loop,
+                               NotificationCenter& notifications,
+                               const FuseUserFileSystems& volumes,
+                               std::shared_ptr<const MountedPaths> mounted)
+    : desktop_(desktop),
+      loop_(loop),
+      notifications_(notifications),
+      volumes_(volumes),
+      mounted_(std::move(mounted)) {
+    notifications_.addObserver(this, kGMUserFileSystemDidMount, [this](const Notification&) {
+        if (!next_) {
+            next_ = loop_.addTimer(kPause, [this] { look(); });
+        }
+    });
+}
+
+WritingNotices::~WritingNotices() {
+    notifications_.removeObserver(this);
+    if (next_) {
+        loop_.cancelTimer(*next_);
+    }
+}
+
+void WritingNotices::look() {
+    const auto busy = volumes_.writtenPaths();
+    std::set<const void*> still;
+    for (const auto& device : CommonData::sharedInstance().connectedDevices()) {
+        const bool isBusy =
+            std::find(busy.begin(), busy.end(), device->myMountPath()) != busy.end();
+        device->submi_stopMount()->setTitle(isBusy ? "Unmount Device (still writing)"
+                                                   : "Unmount Device");
+        if (isBusy) {
+            desktop_.showDeviceState(device.get(), device->mi_deviceMenu()->title(),
+                                     "data is still being written", false);
+            told_.erase(device.get());
+            still.insert(device.get());
+        }
+    }
+    for (const void* ended : std::exchange(told_, std::move(still))) {
+        desktop_.showDeviceState(ended, "", "", false);
+    }
+    next_.reset();
+    if (!mounted_->list().empty()) {
+        next_ = loop_.addTimer(kPause, [this] { look(); });
+    }
+}
+
+}  // namespace quillbox::app
