@@ -96,7 +96,9 @@ class Desktop:
     def start(self, name, command, **options):
         log = open(os.path.join(self.folder, name + ".log"), "ab")
         with log:
-            self.running[name] = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL, stderr=log,
+            # None of them outlives a test that is killed.
+            guarded = ["setpriv", "--pdeathsig", "TERM", *command]
+            self.running[name] = subprocess.Popen(guarded, env=self.environment, stdin=subprocess.DEVNULL, stderr=log,
                                                   **{"stdout": log, **options})
         return self.running[name]
 
@@ -297,6 +299,21 @@ class DesktopTest(DeviceTest):
         quillbox = OnScreen(self.desktop, self.folder, simulator.environment, *options, **keywords)
         self.running.append(quillbox)
         return quillbox
+
+
+class PanelTest(DesktopTest):
+    """One on a desktop with a panel that shows status notifier items."""
+
+    def setUp(self):
+        super().setUp()
+        self.desktop.start_lxqt_panel()
+        wait_for(lambda: self.desktop.has_name(WATCHER), 20 * PATIENCE, "the panel shows items")
+
+    def start(self, *options, **keywords):
+        """Starts a simulator and the program, whose item the panel shows then."""
+        self.simulator = self.start_simulator(*options)
+        self.quillbox = self.start_on_screen(self.simulator, **keywords)
+        self.quillbox.wait_notifier()
 
 
 DEFAULTS = {

@@ -5,7 +5,7 @@ import os
 import signal
 import unittest
 
-from scene import PATIENCE, WATCHER, DesktopTest, is_mounted, wait_for
+from scene import PATIENCE, WATCHER, DesktopTest, PanelTest, is_mounted, wait_for
 
 FIXED = ["About Quillbox", "Preferences…", "-"]
 BEHIND = ["-", "Welcome…", "Help", "Quit"]
@@ -14,18 +14,8 @@ VOLUME = "Blue Phone (Media)"
 NOBODY = "No iPhones Connected..."
 
 
-class ThroughAPanel(DesktopTest):
+class ThroughAPanel(PanelTest):
     """A panel that shows status notifier items, and the menu as that panel asks for it."""
-
-    def setUp(self):
-        super().setUp()
-        self.desktop.start_lxqt_panel()
-        wait_for(lambda: self.desktop.has_name(WATCHER), 20 * PATIENCE, "the panel shows items")
-
-    def start(self, *options, **keywords):
-        self.simulator = self.start_simulator(*options)
-        self.quillbox = self.start_on_screen(self.simulator, **keywords)
-        self.quillbox.wait_notifier()
 
     def wait_titles(self, *devices):
         wait_for(lambda: self.quillbox.titles() == FIXED + list(devices) + BEHIND, 20 * PATIENCE,
@@ -184,16 +174,20 @@ class InTheXServersTray(DesktopTest):
         found = self.desktop.tool("xdotool", "search", "--onlyvisible", "--class", "quillbox", check=False).split()
         return [each for each in found if self.desktop.geometry(each)["WIDTH"] > 60]
 
-    def open_menu(self):
-        self.desktop.click(*self.icon(), button=3)
-        wait_for(self.menus, 20 * PATIENCE, "an open menu")
-
-    def test_the_menu_opens_at_the_icon_and_is_used_by_keyboard(self):
+    def start_in_the_tray(self):
         self.desktop.start_tint2()
         simulator = self.start_simulator()
         quillbox = self.start_on_screen(simulator)
         quillbox.wait_mounted(VOLUME)
         quillbox.wait_log("shown in the tray")
+        return simulator, quillbox
+
+    def open_menu(self):
+        self.desktop.click(*self.icon(), button=3)
+        wait_for(self.menus, 20 * PATIENCE, "an open menu")
+
+    def test_the_menu_opens_at_the_icon_and_is_used_by_keyboard(self):
+        _, quillbox = self.start_in_the_tray()
         self.open_menu()
         # Down to the device and into its menu; the disabled items are passed over.
         self.desktop.keys("Down", "Down", "Down", "Right")
@@ -207,11 +201,7 @@ class InTheXServersTray(DesktopTest):
         self.assertEqual(quillbox.process.wait(20 * PATIENCE), 0)
 
     def test_a_device_leaves_while_its_menu_is_open(self):
-        self.desktop.start_tint2()
-        simulator = self.start_simulator()
-        quillbox = self.start_on_screen(simulator)
-        quillbox.wait_mounted(VOLUME)
-        quillbox.wait_log("shown in the tray")
+        simulator, quillbox = self.start_in_the_tray()
         self.open_menu()
         self.desktop.keys("Down", "Down", "Down", "Right")
         wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
@@ -240,11 +230,7 @@ class InTheXServersTray(DesktopTest):
         self.assertEqual(quillbox.process.wait(20 * PATIENCE), 0)
 
     def test_killed_with_its_menu_open_it_starts_clean_again(self):
-        self.desktop.start_tint2()
-        simulator = self.start_simulator()
-        quillbox = self.start_on_screen(simulator)
-        quillbox.wait_mounted(VOLUME)
-        quillbox.wait_log("shown in the tray")
+        simulator, quillbox = self.start_in_the_tray()
         self.open_menu()
         quillbox.process.send_signal(signal.SIGKILL)
         quillbox.process.wait()

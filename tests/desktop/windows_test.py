@@ -6,7 +6,7 @@ import os
 import unittest
 import urllib.parse
 
-from scene import DEFAULTS, PATIENCE, WATCHER, DesktopTest, is_mounted, wait_for
+from scene import DEFAULTS, PATIENCE, PanelTest, is_mounted, wait_for
 
 PHONE = "Blue Phone"
 VOLUME = "Blue Phone (Media)"
@@ -16,17 +16,7 @@ INFORMATION = "Device information"
 MORE = "More info"
 
 
-class Windows(DesktopTest):
-    def setUp(self):
-        super().setUp()
-        self.desktop.start_lxqt_panel()
-        wait_for(lambda: self.desktop.has_name(WATCHER), 20 * PATIENCE, "the panel shows items")
-
-    def start(self, *options, **keywords):
-        self.simulator = self.start_simulator(*options)
-        self.quillbox = self.start_on_screen(self.simulator, **keywords)
-        self.quillbox.wait_notifier()
-
+class Windows(PanelTest):
     def open(self, title, *way):
         self.quillbox.choose(*way)
         return self.desktop.focus(title)
