@@ -4,7 +4,7 @@
 #include "Linux/Device/FileRequests.h"
 #include "Linux/Device/MainThreadCall.h"
 
-#include <cstring>
+#include <algorithm>
 #include <utility>
 
 namespace quillbox::device {
@@ -243,7 +243,7 @@ AFCError AfcAdapter::AFCFileRefRead(AFCConnectionRef connection, AFCFileRef file
         return readFile(used, read->bytes, read->moved);
     });
     if (error == kAFCSuccess) {
-        std::memcpy(into.data(), read->bytes.data(), read->moved);
+        std::copy_n(read->bytes.begin(), read->moved, into.begin());
         *length = read->moved;
     }
     return error;
