@@ -180,6 +180,8 @@ class WritingTools(DeviceTest):
         self.assertTrue(os.path.samefile(os.path.join(self.behind, "deep", "er", "b"),
                                          os.path.join(self.behind, "hard")))
         self.assertEqual(os.stat(os.path.join(self.there, "hard")).st_nlink, 2)
+        self.assertTrue(os.path.samefile(os.path.join(self.there, "deep", "er", "b"),
+                                         os.path.join(self.there, "hard")))
 
     def test_a_second_rsync_transfers_nothing(self):
         source = os.path.dirname(self.local("tree", "x"))

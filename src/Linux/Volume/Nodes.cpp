@@ -32,6 +32,9 @@ std::uint64_t hash(std::uint64_t seed, std::string_view text) {
 // 0 means "no inode" to many programs, 1 is the volume's top.
 constexpr std::uint64_t kReservedInodes = 2;
 
+// Further names beyond these have numbers of their own, as they would have after the next mount.
+constexpr std::size_t kMostShared = 65'536;
+
 }  // namespace
 
 Nodes::Nodes(std::uint64_t seed) : seed_(seed) {
@@ -178,7 +181,11 @@ std::optional<std::string> Nodes::childPath(NodeId parent, const std::string& na
     if (folder == nullptr || folder->isRemoved) {
         return std::nullopt;
     }
-    std::string path = pathOf(*folder);
+    return childPathOf(*folder, name);
+}
+
+std::string Nodes::childPathOf(const Node& folder, const std::string& name) const {
+    std::string path = pathOf(folder);
     if (path.size() > 1) {
         path += '/';
     }
@@ -213,9 +220,37 @@ std::optional<NodeId> Nodes::child(NodeId parent, const std::string& name) const
     return entry == folder->children.end() ? std::nullopt : std::optional(entry->second);
 }
 
+void Nodes::linked(const std::string& existing, NodeId parent, const std::string& name) {
+    const std::lock_guard lock(mutex_);
+    const Node* folder = node(parent);
+    if (folder != nullptr && shared_.size() < kMostShared) {
+        shared_[childPathOf(*folder, name)] = inodeAt(existing);
+    }
+}
+
 void Nodes::removed(NodeId parent, const std::string& name) {
     const std::lock_guard lock(mutex_);
+    freeNumber(parent, name);
     unlink(parent, name);
+}
+
+// What is made at this path later is another file: it may not have the number that a further name
+// of the old one still has, or tools take the two for one.
+void Nodes::freeNumber(NodeId parent, const std::string& name) {
+    const Node* folder = node(parent);
+    if (shared_.empty() || folder == nullptr) {
+        return;
+    }
+    const std::string path = childPathOf(*folder, name);
+    shared_.erase(path);
+    const std::string below = path + '/';
+    shared_.erase(shared_.lower_bound(below), shared_.lower_bound(path + '0'));
+    const std::uint64_t own = plainInode(path);
+    const bool isTaken = std::any_of(shared_.begin(), shared_.end(),
+                                     [own](const auto& each) { return each.second == own; });
+    if (isTaken) {
+        shared_[path] = plainInode("freed " + std::to_string(++freed_));
+    }
 }
 
 void Nodes::moved(NodeId parent, const std::string& name, NodeId newParent,
@@ -224,6 +259,8 @@ void Nodes::moved(NodeId parent, const std::string& name, NodeId newParent,
     if (parent == newParent && name == newName) {
         return;
     }
+    freeNumber(parent, name);
+    freeNumber(newParent, newName);
     unlink(newParent, newName);
     Node* from = node(parent);
     Node* to = node(newParent);
@@ -248,7 +285,7 @@ std::uint64_t Nodes::inodeOf(NodeId id, const Node& item) const {
         return kRootNode;
     }
     // No path is without a slash, so this number is no path's.
-    return item.isRemoved ? inode("removed " + std::to_string(id)) : inode(pathOf(item));
+    return item.isRemoved ? plainInode("removed " + std::to_string(id)) : inodeAt(pathOf(item));
 }
 
 std::optional<struct stat> Nodes::keep(NodeId id, struct stat attributes) {
@@ -294,9 +331,19 @@ std::uint64_t Nodes::size(NodeId id) const {
     return item == nullptr ? 0 : static_cast<std::uint64_t>(item->attributes.st_size);
 }
 
-std::uint64_t Nodes::inode(const std::string& path) const {
-    const std::uint64_t value = hash(seed_, path);
+std::uint64_t Nodes::plainInode(const std::string& text) const {
+    const std::uint64_t value = hash(seed_, text);
     return value < kReservedInodes ? value + kReservedInodes : value;
+}
+
+std::uint64_t Nodes::inodeAt(const std::string& path) const {
+    const auto given = shared_.find(path);
+    return given == shared_.end() ? plainInode(path) : given->second;
+}
+
+std::uint64_t Nodes::inode(const std::string& path) const {
+    const std::lock_guard lock(mutex_);
+    return inodeAt(path);
 }
 
 std::size_t Nodes::count() const {

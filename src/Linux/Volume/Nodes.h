@@ -19,7 +19,8 @@ inline constexpr NodeId kRootNode = 1;
 /// looked it up, whether it was removed while still in use, and what was last known of it.
 ///
 /// Inode numbers follow the path: the same path has the same number for the whole mount, another
-/// one after a rename, and an item that was removed while open a number that no path has.
+/// one after a rename, and an item that was removed while open a number that no path has. A second
+/// name of a file, made on this volume, has the number of the first.
 /// Any thread; no call blocks.
 class Nodes {
 public:
@@ -47,6 +48,8 @@ public:
     /// The item that is known under a name.
     std::optional<NodeId> child(NodeId parent, const std::string& name) const;
 
+    /// `name` is a further name of the file at `existing`.
+    void linked(const std::string& existing, NodeId parent, const std::string& name);
     /// The name leads nowhere any more: the node that it led to counts as removed.
     void removed(NodeId parent, const std::string& name);
     /// The item has a new name; what had that name before counts as removed.
@@ -87,7 +90,11 @@ private:
     Node* node(NodeId id);
     const Node* node(NodeId id) const;
     std::string pathOf(const Node& node) const;
+    std::string childPathOf(const Node& folder, const std::string& name) const;
     void unlink(NodeId parent, const std::string& name);
+    void freeNumber(NodeId parent, const std::string& name);
+    std::uint64_t plainInode(const std::string& text) const;
+    std::uint64_t inodeAt(const std::string& path) const;
     void dropUnused(NodeId id);
     std::uint64_t inodeOf(NodeId id, const Node& node) const;
 
@@ -95,6 +102,8 @@ private:
     mutable std::mutex mutex_;
     NodeId next_ = kRootNode + 1;
     std::unordered_map<NodeId, Node> nodes_;
+    std::map<std::string, std::uint64_t> shared_;  ///< paths whose number is not their own
+    std::uint64_t freed_ = 0;                      ///< numbers that were left to another path
 };
 
 }  // namespace quillbox::volume

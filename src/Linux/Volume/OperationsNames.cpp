@@ -124,6 +124,7 @@ Result<Entry> Operations::makeLink(Caller& caller, NodeId node, NodeId parent,
     if (!made) {
         return made.failure();
     }
+    nodes_.linked(existing, parent, name);
     return freshEntry(parent, name, *path);
 }
 

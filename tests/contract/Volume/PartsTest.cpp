@@ -147,6 +147,36 @@ TEST_F(Nodes, KeepTheirLastPathWhenRemoved) {
     EXPECT_NE(nodes.kept(inner)->st_ino, nodes.inode("/other/inner"));
 }
 
+TEST_F(Nodes, OfOneFileWithTwoNamesHaveOneNumber) {
+    nodes.linked("/file", kRootNode, "second");
+    nodes.linked("/second", kRootNode, "third");
+    EXPECT_EQ(nodes.inode("/second"), nodes.inode("/file"));
+    EXPECT_EQ(nodes.inode("/third"), nodes.inode("/file"));
+    nodes.removed(kRootNode, "second");
+    EXPECT_NE(nodes.inode("/second"), nodes.inode("/file"));
+    EXPECT_EQ(nodes.inode("/third"), nodes.inode("/file"));
+}
+
+TEST_F(Nodes, AFileMadeWhereALinkedOneWasHasANumberOfItsOwn) {
+    const auto before = nodes.inode("/file");
+    nodes.linked("/file", kRootNode, "second");
+    for (int times = 0; times < 3; ++times) {
+        nodes.removed(kRootNode, "file");
+        EXPECT_NE(nodes.inode("/file"), nodes.inode("/second"));
+        EXPECT_EQ(nodes.inode("/second"), before);
+    }
+    nodes.moved(kRootNode, "second", kRootNode, "third");
+    nodes.removed(kRootNode, "file");
+    EXPECT_EQ(nodes.inode("/file"), before);
+}
+
+TEST_F(Nodes, LinksBelowARemovedFolderAreForgotten) {
+    const NodeId folder = *nodes.remember(kRootNode, "folder", S_IFDIR, false);
+    nodes.linked("/file", folder, "second");
+    nodes.removed(kRootNode, "folder");
+    EXPECT_NE(nodes.inode("/folder/second"), nodes.inode("/file"));
+}
+
 class TestCaller final : public Caller {
 public:
     void whenSignalled(std::function<void()> signalled) override {
