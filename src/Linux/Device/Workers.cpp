@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <list>
 #include <utility>
 
 namespace quillbox::device {
@@ -11,6 +12,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kIdle{10};
+
+void join(std::list<std::thread>& threads) {
+    for (std::thread& thread : threads) {
+        if (thread.joinable()) {
+            thread.join();
+        }
+    }
+}
 
 }  // namespace
 
@@ -23,7 +32,8 @@ struct Workers::State {
     std::deque<Job> jobs;
     std::multimap<Clock::time_point, Job> later;
     std::size_t idle = 0;
-    std::size_t threads = 0;
+    std::list<std::thread> threads;
+    std::list<std::thread> finished;  ///< those that need nothing any more but to be joined
     bool stopping = false;
 };
 
@@ -48,14 +58,19 @@ void Workers::begin(const std::shared_ptr<State>& state, Job job) {
         state->jobCame.notify_one();
         return;
     }
-    ++state->threads;
-    lock.unlock();
-    // Detached: the number of threads grows and shrinks, and `stop` counts them down itself; it
-    // cannot join one that is stuck inside a library.
-    std::thread{[state] {
+    std::list<std::thread> finished = std::exchange(state->finished, {});
+    const auto place = state->threads.emplace(state->threads.end());
+    *place = std::thread{[state, place] {
         pthread_setname_np(pthread_self(), "device worker");
         runJobs(state);
-    }}.detach();
+        // Not a mere count: only a thread that was joined has also given back what libraries keep
+        // for it.
+        const std::lock_guard last{state->mutex};
+        state->finished.splice(state->finished.end(), state->threads, place);
+        state->threadEnded.notify_all();
+    }};
+    lock.unlock();
+    join(finished);
 }
 
 void Workers::runJobs(const std::shared_ptr<State>& state) {
@@ -81,8 +96,6 @@ void Workers::runJobs(const std::shared_ptr<State>& state) {
             break;
         }
     }
-    --state->threads;
-    state->threadEnded.notify_all();
 }
 
 void Workers::runTimer(const std::shared_ptr<State>& state) {
@@ -129,8 +142,16 @@ bool Workers::stop(std::chrono::milliseconds limit) {
     state_->jobCame.notify_all();
     state_->timerCame.notify_all();
     const bool ended =
-        state_->threadEnded.wait_for(lock, limit, [this] { return state_->threads == 0; });
+        state_->threadEnded.wait_for(lock, limit, [this] { return state_->threads.empty(); });
+    std::list<std::thread> finished = std::exchange(state_->finished, {});
+    // One that is stuck inside a library cannot be joined.
+    for (std::thread& stuck : state_->threads) {
+        if (stuck.joinable()) {
+            stuck.detach();
+        }
+    }
     lock.unlock();
+    join(finished);
     if (timer_.joinable()) {
         timer_.join();
     }
