@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sys/stat.h>
 #include <thread>
 
 namespace quillbox::test {
@@ -88,18 +89,21 @@ std::shared_ptr<iPodDevice> RealProgram::deviceNamed(const std::string& name) co
     return nullptr;
 }
 
+// A device believes itself mounted as soon as any volume is, so the kernel is asked too.
 bool RealProgram::isMountedInTime(const std::string& name) {
     const std::string path = volumes_ + "/" + name;
-    const bool isTold = eventually([&] {
-        return onMain([&path] {
+    return eventually([&] {
+        const bool isTold = onMain([&path] {
             const auto devices = CommonData::sharedInstance().connectedDevices();
             return std::any_of(devices.begin(), devices.end(), [&path](const auto& device) {
                 return device->isMounted() && device->myMountPath() == path;
             });
         });
+        struct stat above = {};
+        struct stat volume = {};
+        return isTold && ::stat(volumes_.c_str(), &above) == 0 &&
+               ::stat(path.c_str(), &volume) == 0 && volume.st_dev != above.st_dev;
     });
-    std::error_code ignored;
-    return isTold && fs::is_directory(path, ignored);
 }
 
 bool RealProgram::isAloneInTime() {

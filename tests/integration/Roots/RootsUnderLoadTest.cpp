@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <random>
 #include <thread>
 #include <vector>
@@ -153,10 +152,6 @@ TEST_F(RootsUnderLoad, VolumesAreUsedWhileRootsChangeDevicesLeaveAndTheProgramQu
     EXPECT_GT(successes, 100) << "the volumes were hardly used";
     EXPECT_GT(switches_, 5) << "the roots were hardly switched";
     EXPECT_EQ(mountsBelow(volumes_), 0);
-    // A folder is only left where a worker wrote into it in the moment in which nothing was
-    // mounted; it may have taken its file away since.
-    const auto left = std::distance(fs::directory_iterator(volumes_), fs::directory_iterator());
-    EXPECT_LE(left, 2);
 }
 
 TEST_F(RootsUnderLoad, ARememberedApplicationRootComesBackAtTheNextArrival) {
