@@ -84,12 +84,12 @@ int runVerb(const Options& options) {
     const auto process = isQuit ? watchProcess(instance.process) : nullptr;
     const auto result = control::call(
         instance, {words.front(), options.json, {words.begin() + 1, words.end()}}, kLongestVerb);
-    using Kind = control::CallResult::Kind;
-    if (result.kind == Kind::Ended && isQuit) {
+    using Outcome = control::CallResult::Kind;
+    if (result.kind == Outcome::Ended && isQuit) {
         return awaitEnd(instance, process.get(), options.json);
     }
-    if (result.kind != Kind::Answered) {
-        const bool isGone = result.kind == Kind::Ended && !control::isRunning(instance);
+    if (result.kind != Outcome::Answered) {
+        const bool isGone = result.kind == Outcome::Ended && !control::isRunning(instance);
         return complain(isGone ? control::kNotRunning : control::kCouldNot, result.error);
     }
     std::cout << result.answer.output << std::flush;
