@@ -76,7 +76,18 @@ std::int64_t decimalValue(std::string_view text) {
 
 bool PropertyValue::boolValue() const {
     if (const auto* text = string()) {
-        return *text == "YES" || *text == "true" || decimalValue(*text) != 0;
+        std::string_view rest = *text;
+        while (!rest.empty() && isBlank(rest.front())) {
+            rest.remove_prefix(1);
+        }
+        if (rest.starts_with('-') || rest.starts_with('+')) {
+            rest.remove_prefix(1);
+        }
+        while (rest.starts_with('0')) {
+            rest.remove_prefix(1);
+        }
+        constexpr std::string_view kTrue = "YyTt123456789";
+        return !rest.empty() && kTrue.find(rest.front()) != std::string_view::npos;
     }
     if (const auto* number = get<double>()) {
         return *number != 0.0;

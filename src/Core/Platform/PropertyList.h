@@ -64,8 +64,8 @@ public:
 
     const PropertyArray* array() const { return get<PropertyArray>(); }
 
-    /// The truth of a stored boolean or number; strings "YES", "true" and those that begin with a
-    /// digit other than 0 are true as well; anything else is false.
+    /// The truth of a stored boolean or number. A string is true when, behind blanks, a sign and
+    /// zeros, it goes on with one of "YyTt" or a digit; anything else is false.
     bool boolValue() const;
     /// A stored number or boolean as a signed 64-bit number (clamped), the leading decimal digits
     /// of a string, else 0.

@@ -282,7 +282,7 @@ public:
     /// is refused. A file at the target goes first, whatever happens then.
     bool copyFileToIPhone(const std::string& sourcePath, const std::string& targetPath);
     /// Copies a device file to this computer. A missing source is made and gives an empty copy; one
-    /// of more than 4 GiB fails.
+    /// of 4 GiB or more fails.
     bool copyFile(const std::string& sourcePath, const std::string& destinationPath);
     /// Removes what stands at a path of this computer and makes its folder.
     bool prepareTargetPathOnLocalMachine(const std::string& path);

@@ -30,7 +30,7 @@ TEST_F(AFCDeviceTest, OpeningGoesStepByStepToTheMediaService) {
     ASSERT_NE(device, nullptr);
     Texts calls = world.calls.take();
     ASSERT_EQ(calls.size(), 6U);
-    EXPECT_TRUE(calls.back().starts_with("AFCConnectionOpen"));
+    EXPECT_EQ(calls.back(), "AFCConnectionOpen Media 0");
     calls.pop_back();
     EXPECT_EQ(calls, (Texts{"AMDeviceConnect", "AMDeviceIsPaired", "AMDeviceValidatePairing",
                             "AMDeviceStartSession", "AMDeviceStartService com.apple.afc"}));
@@ -148,6 +148,28 @@ TEST_F(AFCDeviceTest, AWholeFileIsReadInChunks) {
     EXPECT_EQ(count("AFCFileRefRead"), 3U);
     EXPECT_EQ(world.afc.openFiles(), 0U);
     EXPECT_EQ(world.afc.openAnswers(), 0U);
+}
+
+TEST_F(AFCDeviceTest, EachReadOfAWholeFileAsksForWhatTheLastOneGave) {
+    world.afc.addFile("Media", "/file", "0123456789");
+    const auto device = open();
+    world.afc.scriptReads({3});
+    EXPECT_EQ(text(device->contentsOfFileAtPath("/file")), "0123456789");
+    EXPECT_EQ(count("AFCFileRefRead"), 5U);
+    EXPECT_EQ(count("AFCFileRefRead 262144"), 1U);
+    EXPECT_EQ(count("AFCFileRefRead 3"), 3U);
+    EXPECT_EQ(count("AFCFileRefRead 1"), 1U);
+}
+
+TEST_F(AFCDeviceTest, EachReadOfAStretchAsksForWhatTheLastOneGaveCutToWhatRemains) {
+    world.afc.addFile("Media", "/file", "0123456789");
+    const auto device = open();
+    world.afc.scriptReads({3});
+    EXPECT_EQ(text(device->chunkOfFileAtPath("/file", {2, 7})), "2345678");
+    EXPECT_EQ(count("AFCFileRefRead"), 4U);
+    for (const char* size : {"7", "3", "1", "0"}) {
+        EXPECT_EQ(count(std::string("AFCFileRefRead ") + size), 1U);
+    }
 }
 
 TEST_F(AFCDeviceTest, AFileOfExactlyOneChunkTakesOneReadAndAnEmptyOne) {

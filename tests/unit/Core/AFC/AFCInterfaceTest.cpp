@@ -165,7 +165,8 @@ TEST_F(AFCInterfaceTest, AWriteWhoseSeekFailsWritesNothing) {
 
 TEST_F(AFCInterfaceTest, SettingTheSizeOpensSetsAndCloses) {
     EXPECT_TRUE(afc().setSizeOfFile("/file", 4));
-    EXPECT_EQ(content("/file").size(), 4U);
+    EXPECT_EQ(content("/file"), std::string(4, '\0'));
+    EXPECT_EQ(world.calls.count("AFCFileRefOpen /file 3"), 1U);
     EXPECT_EQ(world.afc.openFiles(), 0U);
     world.calls.fail("AFCFileRefSetFileSize", 18);
     EXPECT_FALSE(afc().setSizeOfFile("/file", 9));

@@ -115,5 +115,22 @@ TEST_F(ApplicationsTest, InstalledApplicationsAreHandedOnAsTheDeviceTells) {
     EXPECT_EQ(phone.getAppBundles(&world.device), std::nullopt);
 }
 
+TEST_F(ApplicationsTest, TheFilterReadsTextsAndNumbersAsThePlatformDoes) {
+    const auto isListed = [this](const PropertyValue& value) {
+        phone.setFileShareAppBundlesArray(std::nullopt);
+        attributes("org.a").insert_or_assign("UIFileSharingEnabled", value);
+        store("org.a");
+        return !listed(true).empty();
+    };
+    for (const char* text : {"YES", "yes", "True", "1", " +007"}) {
+        EXPECT_TRUE(isListed(PropertyValue(text))) << text;
+    }
+    for (const char* text : {"NO", "", "0", "-", "on"}) {
+        EXPECT_FALSE(isListed(PropertyValue(text))) << text;
+    }
+    EXPECT_TRUE(isListed(PropertyValue(1)));
+    EXPECT_FALSE(isListed(PropertyValue(0)));
+}
+
 }  // namespace
 }  // namespace quillbox::fakes

@@ -70,6 +70,8 @@ TEST_F(CameraRollTest, AJpegAndAPngNeverShareANumber) {
     EXPECT_TRUE(exists("/DCIM/100APPLE/IMG_0001.JPG"));
     EXPECT_TRUE(exists("/DCIM/100APPLE/IMG_0002.PNG"));
     EXPECT_TRUE(exists("/DCIM/100APPLE/IMG_0003.JPG"));
+    EXPECT_TRUE(
+        world.afc.content("Media", "/DCIM/100APPLE/.MISC/IMG_0002.THM").starts_with("JPEG "));
 }
 
 TEST_F(CameraRollTest, NumbersBeginBehindTheFoldersBase) {
@@ -123,6 +125,20 @@ TEST_F(CameraRollTest, WithoutTheDevicesBookkeepingNothingHappens) {
     world.afc.tree("Media").erase("/DCIM/.MISC/Info.plist");
     expectUntouched("/DCIM/100APPLE/a.jpg");
     EXPECT_FALSE(exists("/DCIM/.MISC/Info.plist")) << "asking must not make it";
+}
+
+TEST_F(CameraRollTest, BookkeepingThatCannotBeReadLeavesThePictureAlone) {
+    world.calls.fail("AFCFileRefOpen", kAFCPermissionDenied);
+    expectUntouched("/DCIM/100APPLE/a.jpg");
+    EXPECT_FALSE(world.files.contents.contains(kLocalInfo));
+}
+
+TEST_F(CameraRollTest, APictureThatCannotBeReadBackSendsTheThumbnailBeforeIt) {
+    EXPECT_TRUE(copied("/DCIM/100APPLE/a.jpg", "picture 100x100"));
+    const std::string before = world.afc.content("Media", "/DCIM/100APPLE/.MISC/IMG_0001.THM");
+    world.calls.fail("AFCFileRefOpen", kAFCPermissionDenied, 2);  // the first reads the bookkeeping
+    EXPECT_TRUE(copied("/DCIM/100APPLE/b.jpg"));
+    EXPECT_EQ(world.afc.content("Media", "/DCIM/100APPLE/.MISC/IMG_0002.THM"), before);
 }
 
 TEST_F(CameraRollTest, DamagedBookkeepingLeavesThePictureAlone) {

@@ -112,5 +112,11 @@ TEST_F(VolumeIconTest, WithoutASessionTheIconIsTheProgramsOwn) {
     EXPECT_EQ(device->mountDiskIconPath(), kOwnIcon);
 }
 
+TEST_F(VolumeIconTest, AFileThatCannotBeRemovedIsNoFailure) {
+    device->mountDiskIconPath();
+    world.calls.failAlways("removeItemAtPath", 1);
+    EXPECT_EQ(device->mountDiskIconPath(), kIcon);
+}
+
 }  // namespace
 }  // namespace quillbox::fakes
