@@ -17,7 +17,8 @@ namespace {
 
 void require(std::int64_t error, const char* call) {
     if (error != 0) {
-        raise(std::string(call) + " failed with error " + std::to_string(error));
+        raise(std::string(call) + " failed with error " +
+              std::to_string(static_cast<std::int32_t>(error)));
     }
 }
 

@@ -51,10 +51,10 @@ const std::vector<std::shared_ptr<PodPath>>& PodPath::children() {
 }
 
 void PodPath::refreshChildren() {
-    bChildrenNeedFirstLoad_ = false;
     if (!isDirectory()) {
         return;
     }
+    bChildrenNeedFirstLoad_ = false;
     children_.clear();
     if (iPhoneItem_) {
         listItemChildren();

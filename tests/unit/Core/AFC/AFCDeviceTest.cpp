@@ -137,6 +137,18 @@ TEST_F(AFCDeviceTest, AnEndedDeviceObservesNothingAndLeavesItsConnectionOpen) {
     EXPECT_EQ(world.afc.openConnections(), 1U);
 }
 
+TEST_F(AFCDeviceTest, ADeviceKeepsItsDelegateAndLetsGoOfAllAtItsEnd) {
+    auto device = open();
+    auto delegate = std::make_shared<DepartureDelegate>();
+    const std::weak_ptr<DepartureDelegate> kept = delegate;
+    const std::weak_ptr<AFCInterface> files = device->deviceInterface();
+    device->setDelegate(std::move(delegate));
+    EXPECT_FALSE(kept.expired());
+    device.reset();
+    EXPECT_TRUE(kept.expired());
+    EXPECT_TRUE(files.expired());
+}
+
 TEST_F(AFCDeviceTest, AWholeFileIsReadInChunks) {
     const std::string content = std::string(kChunk, 'a') + "tail";
     world.afc.addFile("Media", "/big", content);

@@ -72,6 +72,13 @@ TEST_F(AFCInterfaceTest, AnAnswerThatBreaksOffGivesWhatWasReadAndIsClosed) {
     EXPECT_EQ(world.afc.openAnswers(), 0U);
 }
 
+TEST_F(AFCInterfaceTest, AListingThatBreaksOffGivesWhatWasReadAndIsClosed) {
+    world.afc.scriptListing("/DCIM", {".", "b", "a"});
+    world.calls.fail("AFCDirectoryRead", 20, 3);
+    EXPECT_EQ(afc().listFilesInPath("/DCIM"), (Texts{".", "b"}));
+    EXPECT_EQ(world.afc.openDirectories(), 0U);
+}
+
 TEST_F(AFCInterfaceTest, FilesAndDirectoriesAreToldApart) {
     EXPECT_TRUE(afc().isFileAtPath("/file"));
     EXPECT_FALSE(afc().isDirectoryAtPath("/file"));

@@ -34,7 +34,8 @@ PropertyData bytes(const std::string& text) {
 
 class Drawing final : public FocusedImage {
 public:
-    Drawing(const Size& size, bool canGrab) : size_(size), canGrab_(canGrab) {
+    Drawing(const Size& size, bool canGrab, std::vector<std::string>& clips)
+        : size_(size), canGrab_(canGrab), clips_(clips) {
         steps_ << "image " << size.width << "x" << size.height;
     }
 
@@ -43,7 +44,10 @@ public:
     }
 
     void addClip(const Rect& rect, double xRadius, double yRadius) override {
-        steps_ << "\nclip " << text(rect) << " " << xRadius << " " << yRadius;
+        std::ostringstream clip;
+        clip << text(rect) << " " << xRadius << " " << yRadius;
+        clips_.push_back(clip.str());
+        steps_ << "\nclip " << clip.str();
     }
 
     void drawImage(const Image& image, const Rect& inRect, const Rect& fromRect,
@@ -68,6 +72,7 @@ public:
 private:
     Size size_;
     bool canGrab_;
+    std::vector<std::string>& clips_;
     std::ostringstream steps_;
 };
 
@@ -122,7 +127,7 @@ Size FakeImaging::size(const Image& image) const {
 }
 
 std::unique_ptr<FocusedImage> FakeImaging::lockFocus(const Size& size) const {
-    return canLockFocus ? std::make_unique<Drawing>(size, canGrab) : nullptr;
+    return canLockFocus ? std::make_unique<Drawing>(size, canGrab, clips) : nullptr;
 }
 
 std::optional<PropertyData> FakeImaging::JPEGRepresentation(const Image& image,

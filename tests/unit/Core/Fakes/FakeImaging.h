@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quillbox::fakes {
 
@@ -37,6 +38,7 @@ public:
     bool canLockFocus = true;
     bool canGrab = true;
     bool canEncode = true;
+    mutable std::vector<std::string> clips;  ///< every rounded clip: its rectangle and radii
 
 private:
     FakeHostFiles& files_;

@@ -48,6 +48,7 @@ TEST_F(VolumeIconTest, AnApplicationsIconIsMadeOfItsPicture) {
     EXPECT_NE(icon.find("image 512x512"), std::string::npos);
     EXPECT_NE(icon.find("draw image 600x600 in (0, 0, 512, 512)"), std::string::npos);
     EXPECT_TRUE(world.log.contains("roundedCornersImage"));
+    EXPECT_EQ(world.images.clips, (Texts{"(0, 0, 600, 600) 85 85"}));
 }
 
 TEST_F(VolumeIconTest, TheFilesOfTheMountBeforeAreRemovedFirst) {
