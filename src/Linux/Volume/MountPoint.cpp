@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace quillbox::volume {
 namespace {
@@ -16,6 +17,7 @@ constexpr mode_t kFolderMode = 0755;
 int MountPoint::prepare() {
     std::error_code error;
     if (::mkdir(path_.c_str(), kFolderMode) == 0) {
+        const std::lock_guard lock(mutex_);
         isOurs_ = true;
     } else if (errno != EEXIST) {
         return errno;
@@ -45,7 +47,8 @@ int MountPoint::prepare() {
 }
 
 void MountPoint::remove() {
-    if (isOurs_.exchange(false)) {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(isOurs_, false)) {
         ::rmdir(path_.c_str());
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <atomic>
+#include <mutex>
 #include <string>
 
 namespace quillbox::volume {
@@ -16,14 +16,16 @@ public:
     /// Makes the folder, or finds that there is an empty one; else an errno number: ENOTEMPTY for
     /// a folder with content, ENOTDIR for something else, or what making it gave.
     int prepare();
-    /// Removes the folder, where `prepare` made it and it is empty. Harmless otherwise.
+    /// Removes the folder, where `prepare` made it and it is empty. Harmless otherwise. When it
+    /// returns the folder is gone, whichever thread removed it.
     void remove();
 
     const std::string& path() const { return path_; }
 
 private:
     std::string path_;
-    std::atomic<bool> isOurs_ = false;
+    std::mutex mutex_;
+    bool isOurs_ = false;  ///< guarded by `mutex_`
 };
 
 }  // namespace quillbox::volume
