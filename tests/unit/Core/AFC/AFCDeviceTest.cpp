@@ -137,6 +137,17 @@ TEST_F(AFCDeviceTest, AnEndedDeviceObservesNothingAndLeavesItsConnectionOpen) {
     EXPECT_EQ(world.afc.openConnections(), 1U);
 }
 
+TEST_F(AFCDeviceTest, GoingOverThatFailsBeforeTheServiceKeepsAll) {
+    const auto device = open();
+    const auto first = device->device();
+    const auto before = device->deviceInterface();
+    am_device other;
+    world.calls.fail("AMDeviceStartSession", 5);
+    EXPECT_THROW(device->setDeviceRef(ref(other)), NSException);
+    EXPECT_EQ(device->device(), first);
+    EXPECT_EQ(device->deviceInterface(), before);
+}
+
 TEST_F(AFCDeviceTest, ADeviceKeepsItsDelegateAndLetsGoOfAllAtItsEnd) {
     auto device = open();
     auto delegate = std::make_shared<DepartureDelegate>();

@@ -72,6 +72,13 @@ TEST_F(AFCInterfaceTest, AnAnswerThatBreaksOffGivesWhatWasReadAndIsClosed) {
     EXPECT_EQ(world.afc.openAnswers(), 0U);
 }
 
+TEST_F(AFCInterfaceTest, AKeyWithoutAValueEndsTheAnswer) {
+    world.afc.setDeviceInfo({{"Model", "iPhone12,1"}, {"odd", ""}, {"FSTotalBytes", "64"}});
+    world.afc.leaveOutValueOf("odd");
+    EXPECT_EQ(afc().getDeviceAttributes(), (AFCAttributes{{"Model", "iPhone12,1"}}));
+    EXPECT_EQ(world.afc.openAnswers(), 0U);
+}
+
 TEST_F(AFCInterfaceTest, AListingThatBreaksOffGivesWhatWasReadAndIsClosed) {
     world.afc.scriptListing("/DCIM", {".", "b", "a"});
     world.calls.fail("AFCDirectoryRead", 20, 3);

@@ -144,7 +144,8 @@ AFCError FakeAFC::AFCKeyValueRead(AFCKeyValueRef info, const char** key, const c
     Answer& told = found->second;
     const bool isAtEnd = told.next == told.pairs.size();
     *key = isAtEnd ? nullptr : told.pairs[told.next].first.c_str();
-    *value = isAtEnd ? nullptr : told.pairs[told.next].second.c_str();
+    const bool hasValue = !isAtEnd && told.pairs[told.next].first != keyWithoutValue_;
+    *value = hasValue ? told.pairs[told.next].second.c_str() : nullptr;
     told.next += isAtEnd ? 0 : 1;
     return kAFCSuccess;
 }

@@ -50,6 +50,8 @@ public:
 
     /// Names that a listing of this path gives, in this order, instead of what the tree holds.
     void scriptListing(const std::string& path, std::vector<std::string> names);
+    /// Answers this key without a value.
+    void leaveOutValueOf(const std::string& key);
     /// What the device tells of itself, on connections to one tree or to all that have none.
     void setDeviceInfo(InfoPairs info, const std::string& treeName = {});
     /// Opens files in every mode from now on; else only in those that callers may use.
@@ -147,6 +149,7 @@ private:
     std::map<AFCFileRef, OpenFile> files_;
     std::set<AFCFileRef> goneFiles_;  ///< went with their connections; closing them is no harm
     std::map<std::string, std::vector<std::string>> scriptedListings_;
+    std::string keyWithoutValue_;
     bool acceptsEveryMode_ = false;
     std::deque<std::uint64_t> readLengths_;
     /// By tree; under "" what every other tree tells.

@@ -41,6 +41,11 @@ void FakeAFC::scriptListing(const std::string& path, std::vector<std::string> na
     scriptedListings_.insert_or_assign(path, std::move(names));
 }
 
+void FakeAFC::leaveOutValueOf(const std::string& key) {
+    const std::lock_guard guard(mutex_);
+    keyWithoutValue_ = key;
+}
+
 void FakeAFC::setDeviceInfo(InfoPairs info, const std::string& treeName) {
     const std::lock_guard guard(mutex_);
     deviceInfo_.insert_or_assign(treeName, std::move(info));
