@@ -28,11 +28,13 @@
 #include "Linux/Volume/LeftOvers.h"
 
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace quillbox::app {
 
@@ -212,8 +214,13 @@ private:
                                 options_.given);
             std::optional<desktop::ApplicationBus> bus;
             if (desktop != nullptr) {
-                verbs.setRaise([&controller] { controller.showWelcomeScreen(nullptr); });
-                bus.emplace(host::AutostartEntries::kApplicationId, busActions(loop, controller));
+                const auto raise = [desktop, &controller] {
+                    desktop->showMenuWindow();
+                    controller.showWelcomeScreen(nullptr);
+                };
+                verbs.setRaise(raise);
+                bus.emplace(host::AutostartEntries::kApplicationId,
+                            busActions(loop, controller, raise));
             }
             const auto control = openControl(loop);
             control->serve(&verbs);
@@ -241,14 +248,14 @@ private:
 
     /// What other programs may ask for over the session bus. Windows wait for their turn of the
     /// loop; the end waits for nobody.
-    static desktop::ApplicationBus::Actions busActions(host::MainLoop& loop,
-                                                       PodController& controller) {
+    static desktop::ApplicationBus::Actions
+    busActions(host::MainLoop& loop, PodController& controller, std::function<void()> raise) {
         const auto show = [&loop, &controller](void (PodController::*action)(const void*)) {
             return [&loop, &controller, action] {
                 loop.post([&controller, action] { (controller.*action)(nullptr); });
             };
         };
-        return {{"", show(&PodController::showWelcomeScreen)},
+        return {{"", [&loop, raise = std::move(raise)] { loop.post(raise); }},
                 {"preferences", show(&PodController::showPreferencesController)},
                 {"about", show(&PodController::showAboutThisApp)},
                 {"quit", [&loop] { loop.quit(); }}};

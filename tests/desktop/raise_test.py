@@ -11,6 +11,7 @@ ID = "org.quillbox.Quillbox"
 INTERFACE = "org.freedesktop.Application"
 WELCOME = "Welcome to Quillbox"
 PREFERENCES = "Quillbox preferences"
+MENU_WINDOW = "Quillbox"
 
 
 class Raised(DesktopTest):
@@ -33,6 +34,26 @@ class Raised(DesktopTest):
         self.assertEqual((second.returncode, second.stderr), (0, ""))
         self.assertIn("brought to the front", second.stdout)
         self.desktop.wait_window(WELCOME)
+
+    def test_a_menu_window_that_was_closed_comes_back(self):
+        """Where there is no tray it is the only menu there is."""
+        def close(title):
+            self.desktop.focus(title)
+            self.desktop.keys("alt+F4")
+            self.desktop.wait_no_window(title)
+
+        self.desktop.wait_window(MENU_WINDOW)
+        close(MENU_WINDOW)
+        second = self.quillbox.verb("--preferences", self.quillbox.preferences)
+        self.assertEqual((second.returncode, second.stderr), (0, ""))
+        self.desktop.wait_window(MENU_WINDOW)
+        self.desktop.wait_window(WELCOME)
+        close(WELCOME)
+        close(MENU_WINDOW)
+        self.ask("Activate", "a{sv}", dbus.Dictionary({}, "sv"))
+        self.desktop.focus(MENU_WINDOW)
+        self.desktop.keys("shift+Tab", "space")  # its last entry
+        self.assertEqual(self.quillbox.process.wait(20 * PATIENCE), 0)
 
     def test_the_session_bus_activates_it_and_chooses_actions(self):
         self.ask("Activate", "a{sv}", dbus.Dictionary({}, "sv"))

@@ -68,8 +68,11 @@ public:
 
     bool showMenuWindow() {
         isPatient_ = false;
-        choose();
+        if (!isInATray()) {
+            choose();
+        }
         if (window_) {
+            window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
             window_->show();
             window_->raise();
             window_->activateWindow();
@@ -78,6 +81,8 @@ public:
     }
 
 private:
+    bool isInATray() const { return notifier_ || (icon_ && xTray_.isThere()); }
+
     void choose() {
         if (!isBuilt_ || !host_.isKnown()) {
             return;
