@@ -40,7 +40,7 @@ void Alerts::showNext() {
     box_->setTextFormat(Qt::PlainText);  // a device's name may be in it
     box_->setText(text(next.alert.messageText));
     // The rich text that this field takes is not switched off by the line above.
-    box_->setInformativeText(text(next.alert.informativeText).toHtmlEscaped());
+    box_->setInformativeText(literal(text(next.alert.informativeText)));
     const auto titles =
         next.alert.buttons.empty() ? std::vector<std::string>{"OK"} : next.alert.buttons;
     for (const auto& title : titles) {

@@ -21,7 +21,7 @@ void BoundLineEdit::setStringValue(const std::string& value) {
     widget_.setText(text(value));
     widget_.setCursorPosition(0);
     if (widget_.isReadOnly()) {
-        widget_.setToolTip(widget_.text());  // where the field is too short for it
+        widget_.setToolTip(literal(widget_.text()));  // where the field is too short for it
     }
 }
 
@@ -31,7 +31,7 @@ BoundLabel::BoundLabel(QLabel& label) : WidgetControl(label) {
 
 void BoundRow::setStringValue(const std::string& value) {
     row_.setText(kValueColumn, text(value));
-    row_.setToolTip(kValueColumn, text(value).toHtmlEscaped());
+    row_.setToolTip(kValueColumn, literal(text(value)));
     const auto palette = row_.treeWidget()->palette();
     const bool isMissing = text(value) == kNoValue;
     row_.setForeground(kValueColumn,
@@ -99,7 +99,7 @@ void BoundImageView::setImage(const std::optional<Image>& image) {
 void BoundPathControl::setPath(const std::string& path) {
     widget_.setText(text(path));
     widget_.setCursorPosition(0);
-    widget_.setToolTip(text(path).toHtmlEscaped());
+    widget_.setToolTip(literal(text(path)));
 }
 
 }  // namespace quillbox::desktop

@@ -72,6 +72,7 @@ void MenuView::itemChanged(Menu& /*menu*/, MenuItem& item, MenuItemChange change
 void MenuView::draw(Entry& entry, MenuItem& item) {
     QAction& action = *entry.action;
     action.setText(title(item));
+    action.setToolTip(literal(text(item.title())));
     action.setIcon(icons_.icon(item.image()));
     action.setIconVisibleInMenu(true);
     action.setCheckable(isCheckable(item));

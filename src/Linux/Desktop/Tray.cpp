@@ -139,10 +139,10 @@ private:
         }
         if (icon_) {
             icon_->setIcon(icon);
-            icon_->setToolTip(body_.isEmpty() ? name : name + QLatin1Char('\n') + body_);
+            icon_->setToolTip(body_.isEmpty() ? name : literal(name + QLatin1Char('\n') + body_));
         }
         if (window_) {
-            window_->setToolTip(body_);
+            window_->setToolTip(literal(body_));
         }
     }
 
