@@ -57,7 +57,12 @@ std::vector<AttachedDevice> DeviceLibrary::attached() const {
 }
 
 std::string DeviceLibrary::label(AMDeviceRef device) {
-    return device == nullptr ? "no device" : device->device->label();
+    if (device == nullptr) {
+        return "no device";
+    }
+    auto name = device->device->knownName();
+    return !name.empty() && device->device->knownSerialNumber().empty() ? name
+                                                                        : device->device->label();
 }
 
 void DeviceLibrary::stop() {

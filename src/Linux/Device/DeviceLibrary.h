@@ -46,7 +46,8 @@ public:
     /// one.
     std::vector<AttachedDevice> attached() const;
 
-    /// Name and serial number of a device for a person, as far as they are known.
+    /// Name and serial number of a device for a person, as far as they are known; the identifier
+    /// only where there is no name.
     static std::string label(AMDeviceRef device);
 
     /// No message comes any more, every call fails, all connections are broken. Returns within
