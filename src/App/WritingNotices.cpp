@@ -44,6 +44,9 @@ void WritingNotices::look() {
     const auto busy = volumes_.writtenPaths();
     std::set<const void*> still;
     for (const auto& device : CommonData::sharedInstance().connectedDevices()) {
+        if (!device->submi_stopMount()) {
+            continue;  // it is arriving: a timer within that wait finds it without its menu
+        }
         const bool isBusy =
             std::find(busy.begin(), busy.end(), device->myMountPath()) != busy.end();
         device->submi_stopMount()->setTitle(isBusy ? "Unmount Device (still writing)"
