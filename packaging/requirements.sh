@@ -5,7 +5,8 @@
 # To be sourced.
 
 BUILD_PACKAGES=(build-essential ca-certificates ccache cmake fuse3 git libfuse3-dev libicu-dev libimobiledevice-dev
-    libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev libxcb1-dev ninja-build pkg-config qt6-base-dev xdg-utils)
+    libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev libxcb1-dev ninja-build pkg-config qt6-base-dev
+    qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools xdg-utils)
 
 TEST_PACKAGES=("${BUILD_PACKAGES[@]}" appstream attr bash clang-format-14 clang-tidy-14 coreutils dbus-bin
     dbus-daemon desktop-file-utils findutils fish groff-base icnsutils imagemagick libglib2.0-bin libgtest-dev

@@ -21,6 +21,9 @@ constexpr int kLargePiece = 128 << 10;  // bytes
 int main(int argc, char** argv) {
     using namespace quillbox;
     std::setlocale(LC_ALL, "");
+    // Logs, verbs and numbers read alike everywhere.
+    std::setlocale(LC_MESSAGES, "C");
+    std::setlocale(LC_NUMERIC, "C");
     // Large pieces, of which copies are made, go back to the system when they are done with: the
     // library would begin to keep them after the first.
     mallopt(M_MMAP_THRESHOLD, kLargePiece);

@@ -39,6 +39,12 @@ void MenuItem::setTitle(std::string title) {
     }
 }
 
+void MenuItem::setTitleIsName(bool titleIsName) {
+    if (replace(titleIsName_, titleIsName)) {
+        tell(MenuItemChange::Title);
+    }
+}
+
 void MenuItem::setImage(std::optional<Image> image) {
     if (replace(image_, std::move(image))) {
         tell(MenuItemChange::Image);

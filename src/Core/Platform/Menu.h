@@ -38,6 +38,12 @@ public:
 
     void setTitle(std::string title);
 
+    /// Whether the title is a name (a device's, an application's): a view shows it as it stands
+    /// and the others in the user's language.
+    bool titleIsName() const { return titleIsName_; }
+
+    void setTitleIsName(bool titleIsName);
+
     /// Always empty in this program.
     const std::string& keyEquivalent() const { return keyEquivalent_; }
 
@@ -101,6 +107,7 @@ private:
     bool isEnabled_ = true;
     bool endsProgram_ = false;
     bool isSeparator_ = false;
+    bool titleIsName_ = false;
     std::shared_ptr<Menu> submenu_;
     Menu* menu_ = nullptr;
 };

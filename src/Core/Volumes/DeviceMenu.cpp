@@ -32,6 +32,7 @@ void iPodDevice::addMenuForDevice() {
     const auto reveal = [](iPodDevice& device, MenuItem&) { device.revealInFinder(); };
 
     mi_deviceMenu_ = std::make_shared<MenuItem>(name);
+    mi_deviceMenu_->setTitleIsName(true);
     submi_revealInFinder_ = makeItem("Reveal In Finder", reveal);
     submi_connectionRoot_ = std::make_shared<MenuItem>("Change Connection Root");
     submi_startMount_ =

@@ -75,6 +75,7 @@ std::shared_ptr<MenuItem> iPodDevice::makeRootItem(std::string title, std::int32
 void iPodDevice::selectRemembered(const std::shared_ptr<MenuItem>& item) {
     item->setState(true);
     last_selectMenuItem_ = item;
+    submi_selectMenuItem_->setTitleIsName(item->titleIsName());
     submi_selectMenuItem_->setTitle(item->title());
 }
 
@@ -112,6 +113,7 @@ void iPodDevice::addApplicationItems(Menu& menu, PodPhone& session) {
         const auto item = makeRootItem(titleOf(applications[index]),
                                        kRootTagApplication + static_cast<std::int32_t>(index),
                                        resource("AppStore"));
+        item->setTitleIsName(true);
         if (loadsPictures) {
             auto picture =
                 menuPicture(platform_, session.getImageBy(static_cast<std::int64_t>(index)));
@@ -181,6 +183,7 @@ void iPodDevice::changeConnectionRoot(MenuItem& item) {
     }
     last_selectMenuItem_ = chosen;
     chosen->setState(true);
+    submi_selectMenuItem_->setTitleIsName(chosen->titleIsName());
     submi_selectMenuItem_->setTitle(chosen->title());
     stopMount();
     if (!isLoadAppsIconBeforeStart_ && chosen->tag() >= kRootTagApplication) {

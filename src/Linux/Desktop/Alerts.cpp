@@ -5,6 +5,7 @@
 #include "Linux/Desktop/Icons.h"
 #include "Linux/Desktop/Owned.h"
 
+#include <QLabel>
 #include <QPushButton>
 
 #include <algorithm>
@@ -12,6 +13,12 @@
 #include <utility>
 
 namespace quillbox::desktop {
+
+namespace {
+
+constexpr int kColumns = 46;
+
+}  // namespace
 
 Alerts::~Alerts() {
     const std::unique_ptr<QMessageBox> open(box_);
@@ -38,13 +45,19 @@ void Alerts::showNext() {
     box_->setIcon(QMessageBox::Warning);
     box_->setWindowTitle(QStringLiteral("Quillbox"));
     box_->setTextFormat(Qt::PlainText);  // a device's name may be in it
-    box_->setText(text(next.alert.messageText));
+    box_->setText(shown(next.alert.messageText));
     // The rich text that this field takes is not switched off by the line above.
-    box_->setInformativeText(literal(text(next.alert.informativeText)));
+    box_->setInformativeText(literal(shown(next.alert.informativeText)));
+    for (auto* label : box_->findChildren<QLabel*>()) {
+        if (label->wordWrap()) {  // a box as wide as its short title would be all lines
+            label->setMinimumWidth(kColumns * label->fontMetrics().averageCharWidth());
+        }
+    }
     const auto titles =
         next.alert.buttons.empty() ? std::vector<std::string>{"OK"} : next.alert.buttons;
     for (const auto& title : titles) {
-        auto* button = box_->addButton(text(title), QMessageBox::AcceptRole);
+        auto* button = box_->addButton(shown(title).replace(QLatin1Char('&'), QStringLiteral("&&")),
+                                       QMessageBox::AcceptRole);
         if (box_->defaultButton() == nullptr) {
             box_->setDefaultButton(button);
             box_->setEscapeButton(button);

@@ -7,9 +7,14 @@
 #include <QLibraryInfo>
 #include <QLocale>
 
+#include <clocale>
+
 namespace quillbox::desktop {
 
 ApplicationObject::ApplicationObject(const std::string& applicationId, const Bundle& bundle) {
+    // The library's object has set the user's language and numbers for logs too.
+    std::setlocale(LC_MESSAGES, "C");
+    std::setlocale(LC_NUMERIC, "C");
     QApplication::setApplicationName(QStringLiteral("quillbox"));
     QApplication::setDesktopFileName(text(applicationId));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -19,12 +24,14 @@ ApplicationObject::ApplicationObject(const std::string& applicationId, const Bun
     }
 }
 
-/// Into the first of the user's languages that there is a translation for.
+/// Into the first of the user's languages that there is a catalogue for. Numbers stay as they are.
 void ApplicationObject::translate(const Bundle& bundle) {
-    const auto languages = QLocale().uiLanguages();
+    // The system's: the default one knows nothing of the list in LANGUAGE.
+    const auto languages = QLocale::system().uiLanguages();
     for (QString language : languages) {
         language.replace(QLatin1Char('-'), QLatin1Char('_'));
-        const auto path = bundle.pathForResource("quillbox_" + language.toStdString(), "qm");
+        const auto path =
+            bundle.pathForResource("translations/quillbox_" + language.toStdString(), "qm");
         if (path && own_.load(text(*path))) {
             QApplication::installTranslator(&own_);
             if (library_.load(QStringLiteral("qtbase_") + language,

@@ -21,7 +21,7 @@ constexpr int kIconSide = 32;
 
 /// A title as it stands: an underscore is no mnemonic.
 QString label(const MenuItem& item) {
-    return text(item.title()).replace(QLatin1Char('_'), QStringLiteral("__"));
+    return shownTitle(item).replace(QLatin1Char('_'), QStringLiteral("__"));
 }
 
 QByteArray png(const QIcon& icon) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace quillbox::desktop {
 
@@ -13,12 +14,13 @@ namespace {
 
 constexpr int kFullBar = 1000;
 constexpr int kValueColumn = 1;
-constexpr QLatin1String kNoValue("Not available");
+constexpr std::string_view kNoValue("Not available");
 
 }  // namespace
 
 void BoundLineEdit::setStringValue(const std::string& value) {
-    widget_.setText(text(value));
+    // What a user may change comes back: it is left as it is.
+    widget_.setText(widget_.isReadOnly() ? shownValue(value) : text(value));
     widget_.setCursorPosition(0);
     if (widget_.isReadOnly()) {
         widget_.setToolTip(literal(widget_.text()));  // where the field is too short for it
@@ -29,11 +31,16 @@ BoundLabel::BoundLabel(QLabel& label) : WidgetControl(label) {
     label.setTextFormat(Qt::PlainText);
 }
 
+void BoundLabel::setStringValue(const std::string& value) {
+    const bool isOwnText = widget_.property("coreText").toBool();
+    widget_.setText(isOwnText ? shown(value) : shownValue(value));
+}
+
 void BoundRow::setStringValue(const std::string& value) {
-    row_.setText(kValueColumn, text(value));
-    row_.setToolTip(kValueColumn, literal(text(value)));
+    row_.setText(kValueColumn, shownValue(value));
+    row_.setToolTip(kValueColumn, literal(shownValue(value)));
     const auto palette = row_.treeWidget()->palette();
-    const bool isMissing = text(value) == kNoValue;
+    const bool isMissing = value == kNoValue;
     row_.setForeground(kValueColumn,
                        palette.brush(isMissing ? QPalette::PlaceholderText : QPalette::Text));
 }
@@ -51,7 +58,7 @@ bool BoundRow::isEnabled() const {
 }
 
 void BoundButton::setTitle(const std::string& title) {
-    widget_.setText(text(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
+    widget_.setText(shown(title).replace(QLatin1Char('&'), QStringLiteral("&&")));
 }
 
 void BoundPopUpButton::selectItemAtIndex(std::int64_t index) {

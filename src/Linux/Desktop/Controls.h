@@ -48,11 +48,12 @@ public:
     std::string stringValue() const override { return widget_.text().toStdString(); }
 };
 
+/// Its text is the program's own, and not a value, where the label has the property "coreText".
 class BoundLabel final : public WidgetControl<TextField, QLabel> {
 public:
     explicit BoundLabel(QLabel& label);
 
-    void setStringValue(const std::string& value) override { widget_.setText(text(value)); }
+    void setStringValue(const std::string& value) override;
 
     std::string stringValue() const override { return widget_.text().toStdString(); }
 };

@@ -2,9 +2,8 @@
 #include "Linux/Desktop/DesktopWorkspace.h"
 
 #include "Core/Platform/LogLine.h"
-#include "Linux/Desktop/Icons.h"
+#include "Linux/Desktop/Texts.h"
 
-#include <QApplication>
 #include <QProcess>
 
 namespace quillbox::desktop {
@@ -14,17 +13,13 @@ namespace {
 /// Finds the program that the desktop has for a folder or an address.
 constexpr QLatin1String kOpener("xdg-open");
 
-std::string translated(const char* english) {
-    return QApplication::translate("Workspace", english).toStdString();
-}
-
 }  // namespace
 
 void DesktopWorkspace::open(const std::string& what) {
     if (!QProcess::startDetached(kOpener, {text(what)})) {
         logLine(log_, LogLevel::Error, "The program xdg-open, which opens ", what,
                 " in the desktop's own way, cannot be started.");
-        runAlert(translated("Nothing here can open it."), what);
+        runAlert("Nothing here can open it.", what);
     }
 }
 
@@ -37,17 +32,16 @@ void DesktopWorkspace::openURL(const std::string& address) {
 }
 
 void DesktopWorkspace::runAlert(const std::string& title, const std::string& message) {
-    alerts_.show({title, message, {translated("OK")}}, nullptr, {});
+    alerts_.show({title, message, {"OK"}}, nullptr, {});
 }
 
 void DesktopWorkspace::offerToShow(const std::string& title, const std::string& message,
                                    const std::string& path) {
-    alerts_.show({title, message, {translated("OK"), translated("Show")}}, nullptr,
-                 [this, path](int button) {
-                     if (button == 1) {
-                         openFile(path);
-                     }
-                 });
+    alerts_.show({title, message, {"OK", "Show"}}, nullptr, [this, path](int button) {
+        if (button == 1) {
+            openFile(path);
+        }
+    });
 }
 
 }  // namespace quillbox::desktop

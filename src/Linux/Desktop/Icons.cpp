@@ -5,14 +5,8 @@
 
 #include <QPainter>
 #include <QPixmap>
-#include <QTextDocument>
 
 namespace quillbox::desktop {
-
-QString literal(const QString& plain) {
-    // Escaping alone is not enough: without a tag it is taken for plain text and shown as it is.
-    return plain.isEmpty() ? QString() : Qt::convertFromPlainText(plain, Qt::WhiteSpaceNormal);
-}
 
 QIcon Icons::icon(const std::optional<Image>& image) {
     if (!image) {

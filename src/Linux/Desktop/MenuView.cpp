@@ -9,7 +9,7 @@ namespace {
 
 /// A title as it stands: an ampersand is no mnemonic.
 QString title(const MenuItem& item) {
-    return text(item.title()).replace(QLatin1Char('&'), QStringLiteral("&&"));
+    return shownTitle(item).replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 }  // namespace
@@ -72,7 +72,7 @@ void MenuView::itemChanged(Menu& /*menu*/, MenuItem& item, MenuItemChange change
 void MenuView::draw(Entry& entry, MenuItem& item) {
     QAction& action = *entry.action;
     action.setText(title(item));
-    action.setToolTip(literal(text(item.title())));
+    action.setToolTip(literal(shownTitle(item)));
     action.setIcon(icons_.icon(item.image()));
     action.setIconVisibleInMenu(true);
     action.setCheckable(isCheckable(item));

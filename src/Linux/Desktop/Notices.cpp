@@ -37,12 +37,13 @@ void Notices::show() {
     std::vector<std::string> lines;
     bool needsUser = false;
     for (const auto& [key, device] : devices_) {
-        lines.push_back(device.name + ": " + device.state);
+        lines.push_back(
+            (shown(device.name) + QStringLiteral(": ") + shown(device.state)).toStdString());
         needsUser = needsUser || device.needsUser;
     }
     for (const auto& what : waits_) {
         lines.push_back(
-            QApplication::translate("Notices", "Waiting: %1").arg(text(what)).toStdString());
+            QApplication::translate("Notices", "Waiting: %1").arg(shown(what)).toStdString());
     }
     tray_.setToolTip(std::move(lines), needsUser);
 }
@@ -54,8 +55,9 @@ void Notices::notify(const Device& device) {
                                                QStringLiteral("Notify"));
     const QVariantMap hints{{QStringLiteral("desktop-entry"), QApplication::desktopFileName()}};
     // The body may hold markup for some desktops; a device's name is none.
-    call << QStringLiteral("Quillbox") << 0U << QApplication::desktopFileName() << text(device.name)
-         << text(device.state).toHtmlEscaped() << QStringList() << hints << -1;
+    call << QStringLiteral("Quillbox") << 0U << QApplication::desktopFileName()
+         << shown(device.name) << shown(device.state).toHtmlEscaped() << QStringList() << hints
+         << -1;
     bus_.asyncCall(call);
 }
 

@@ -9,11 +9,23 @@
 #include <QClipboard>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QStyledItemDelegate>
 #include <QTreeWidget>
 
 namespace quillbox::desktop {
 
 namespace {
+
+/// Rows with room for what stands above capital letters.
+class Roomy final : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        constexpr int kRoom = 3;
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, kRoom);
+    }
+};
 
 /// The rows that stand in the list, or only those that are selected.
 QString asText(const QTreeWidget& list, bool onlySelected) {
@@ -41,6 +53,7 @@ void show(QTreeWidget& list, const QString& wanted) {
 void makeValueList(QTreeWidget& list, QLineEdit& filter, QAbstractButton& copyAll) {
     list.header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     list.header()->setStretchLastSection(true);
+    list.setItemDelegate(makeOwned<Roomy>(&list));
     QObject::connect(&filter, &QLineEdit::textChanged, &list,
                      [&list](const QString& wanted) { show(list, wanted.trimmed()); });
     auto* copy = makeOwned<QAction>(QApplication::translate("MoreInfo", "&Copy"), &list);
