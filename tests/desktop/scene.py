@@ -20,6 +20,7 @@ import dbus.bus
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "integration"))
 from harness import PATIENCE, DeviceTest, Quillbox, is_mounted, program, run, wait_for  # noqa: E402,F401
 
+ID = "org.quillbox.Quillbox"
 ITEM = "org.kde.StatusNotifierItem"
 WATCHER = "org.kde.StatusNotifierWatcher"
 MENU = "com.canonical.dbusmenu"
@@ -269,6 +270,7 @@ class DesktopTest(DeviceTest):
 
     SCALE = 1
     DARK = False
+    PROGRAM = OnScreen
 
     def setUp(self):
         super().setUp()
@@ -296,7 +298,7 @@ class DesktopTest(DeviceTest):
         if not welcome and not os.path.exists(path):
             with open(path, "wb") as file:
                 plistlib.dump(dict(DEFAULTS, showWelcomeScreenOnStart=False), file)
-        quillbox = OnScreen(self.desktop, self.folder, simulator.environment, *options, **keywords)
+        quillbox = self.PROGRAM(self.desktop, self.folder, simulator.environment, *options, **keywords)
         self.running.append(quillbox)
         return quillbox
 
@@ -314,6 +316,51 @@ class PanelTest(DesktopTest):
         self.simulator = self.start_simulator(*options)
         self.quillbox = self.start_on_screen(self.simulator, **keywords)
         self.quillbox.wait_notifier()
+
+
+class InTray(OnScreen):
+    """The program where no panel has its item: it answers for its menu under its own name all the same."""
+
+    service = ID
+
+
+class TrayTest(DesktopTest):
+    """One on a desktop with a tray of the X server, used with pointer and keyboard."""
+
+    PROGRAM = InTray
+
+    def setUp(self):
+        super().setUp()
+        self.desktop.start_tint2()
+
+    def of_the_program(self):
+        return self.desktop.tool("xdotool", "search", "--onlyvisible", "--class", "quillbox", check=False).split()
+
+    def icon(self):
+        """The icon's place on the screen."""
+        def small():
+            places = [self.desktop.geometry(each) for each in self.of_the_program()]
+            return [place for place in places if place["WIDTH"] <= 60]
+        place = wait_for(small, 20 * PATIENCE, "an icon in the tray")[0]
+        return place["X"] + place["WIDTH"] // 2, place["Y"] + place["HEIGHT"] // 2
+
+    def menus(self):
+        """Open menus: windows of the program that no window manager manages, without the icon."""
+        managed = self.desktop.tool("xprop", "-root", "_NET_CLIENT_LIST", check=False)
+        windows = {int(each, 16) for each in re.findall("0x[0-9a-f]+", managed)}
+        return [each for each in self.of_the_program()
+                if int(each) not in windows and self.desktop.geometry(each)["WIDTH"] > 60]
+
+    def open_menu(self):
+        """As a user does: a click that a closing menu or a moving icon has swallowed is made again."""
+        wait_for(lambda: not self.menus(), 20 * PATIENCE, "no open menu")
+        for _ in range(5):
+            self.desktop.click(*self.icon(), button=3)
+            try:
+                return wait_for(self.menus, 3 * PATIENCE, "a menu")
+            except AssertionError:
+                continue
+        raise AssertionError("no menu opened")
 
 
 DEFAULTS = {
