@@ -9,6 +9,7 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 #include <QIcon>
 
 #include <algorithm>
@@ -100,7 +101,8 @@ StatusNotifierItem::~StatusNotifierItem() {
     bus_.unregisterObject(kItemPath);
 }
 
-void StatusNotifierItem::setIcon(const QIcon& icon) {
+void StatusNotifierItem::setIcon(const QString& name, const QIcon& icon) {
+    iconName_ = name;
     icon_ = busPixels(icon);
     signal("NewIcon");
 }
@@ -120,7 +122,7 @@ QVariant StatusNotifierItem::property(const QString& name) const {
         return QStringLiteral("Hardware");
     }
     if (name == QLatin1String("Id")) {
-        return QCoreApplication::applicationName();
+        return QGuiApplication::desktopFileName();
     }
     if (name == QLatin1String("Title")) {
         return QStringLiteral("Quillbox");
@@ -143,7 +145,10 @@ QVariant StatusNotifierItem::property(const QString& name) const {
     if (name == QLatin1String("ToolTip")) {
         return QVariant::fromValue(toolTip_);
     }
-    // The names of icons: the picture itself is given.
+    if (name == QLatin1String("IconName")) {
+        return iconName_;
+    }
+    // The other names of icons: there are none.
     const bool isKnown =
         std::any_of(kItemProperties.begin(), kItemProperties.end(),
                     [&name](const char* each) { return name == QLatin1String(each); });

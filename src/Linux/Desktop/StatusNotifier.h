@@ -51,7 +51,9 @@ public:
 
     const QString& service() const { return service_; }
 
-    void setIcon(const QIcon& icon);
+    /// `name` is the icon's in the desktop's theme; empty where the theme lacks it, since panels
+    /// prefer a name that leads nowhere to the picture.
+    void setIcon(const QString& name, const QIcon& icon);
     void setToolTip(const QString& title, const QString& body);
 
     QString introspect(const QString& path) const override;
@@ -66,6 +68,7 @@ private:
     const QString service_;
     const QString menuPath_;
     Activated activated_;
+    QString iconName_;
     QList<BusPixels> icon_;
     BusToolTip toolTip_;
 };

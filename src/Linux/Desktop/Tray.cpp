@@ -9,6 +9,7 @@
 #include "Linux/Desktop/XTray.h"
 
 #include <QCursor>
+#include <QGuiApplication>
 #include <QSystemTrayIcon>
 
 #include <optional>
@@ -26,6 +27,19 @@ constexpr auto kPatienceForATray = 5s;
 const QString& menuPath() {
     static const QString path = QStringLiteral("/MenuBar");
     return path;
+}
+
+/// The name of a picture of the program in the desktop's theme: the program's id with "-on" or
+/// "-off". Empty where the theme has none.
+QString themeName(const Image& image) {
+    const auto resource = text(image.resourceName);
+    for (const auto& state : {QStringLiteral("on"), QStringLiteral("off")}) {
+        if (resource == QStringLiteral("16x16") + state) {
+            const auto name = QGuiApplication::desktopFileName() + QLatin1Char('-') + state;
+            return QIcon::hasThemeIcon(name) ? name : QString();
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -134,7 +148,7 @@ private:
         const QIcon icon = needsUser_ ? Icons::withDot(plain) : plain;
         const auto name = QStringLiteral("Quillbox");
         if (notifier_) {
-            notifier_->setIcon(icon);
+            notifier_->setIcon(needsUser_ ? QString() : themeName(image_), icon);
             notifier_->setToolTip(name, body_.toHtmlEscaped());
         }
         if (icon_) {
