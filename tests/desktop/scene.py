@@ -181,6 +181,27 @@ class Desktop:
             os.makedirs(SCREENSHOTS, exist_ok=True)
             self.tool("import", "-silent", "-window", window, os.path.join(SCREENSHOTS, name + ".png"))
 
+    def make_handler(self, name, *types):
+        """Makes a program the desktop's handler for kinds of files or addresses; answers what it is asked to open."""
+        asked = os.path.join(self.folder, name + ".asked")
+        command = os.path.join(self.folder, name)
+        with open(command, "w") as script:
+            script.write(f"#!/bin/sh\nprintf '%s\\n' \"$1\" >>'{asked}'\n")
+        os.chmod(command, 0o755)
+        applications = os.path.join(self.home, "data", "applications")
+        kinds = ";".join(types) + ";"
+        with open(os.path.join(applications, name + ".desktop"), "w") as entry:
+            entry.write(f"[Desktop Entry]\nType=Application\nName={name}\nMimeType={kinds}\nExec={command} %u\n")
+        with open(os.path.join(applications, "mimeapps.list"), "a") as defaults:
+            defaults.write("[Default Applications]\n" + "".join(f"{each}={name}.desktop\n" for each in types))
+
+        def opened():
+            if not os.path.exists(asked):
+                return []
+            with open(asked, encoding="utf-8") as file:
+                return file.read().splitlines()
+        return opened
+
     # What a panel sees.
 
     def call(self, service, path, interface, method, signature, *arguments):
@@ -259,6 +280,11 @@ class OnScreen(Quillbox):
     def settings(self):
         with open(self.preferences, "rb") as file:
             return plistlib.load(file)
+
+    def write_settings(self, settings):
+        """Sets all of them, as long as the program does not run."""
+        with open(self.preferences, "wb") as file:
+            plistlib.dump(settings, file)
 
     def wait_setting(self, key, value):
         wait_for(lambda: os.path.exists(self.preferences) and self.settings().get(key) == value, 20 * PATIENCE,
