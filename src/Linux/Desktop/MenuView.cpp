@@ -16,6 +16,7 @@ QString title(const MenuItem& item) {
 
 MenuView::MenuView(std::shared_ptr<Menu> menu, Choices& choices, Icons& icons)
     : menu_(std::move(menu)), choices_(choices), icons_(icons) {
+    view_.setStyle(&style_);
     for (std::size_t i = 0; i < menu_->items().size(); ++i) {
         itemInserted(*menu_, *menu_->items()[i], i);
     }

@@ -4,6 +4,7 @@
 #include "Core/Platform/Menu.h"
 #include "Linux/Desktop/Choices.h"
 #include "Linux/Desktop/Icons.h"
+#include "Linux/Desktop/MenuStyle.h"
 
 #include <QMenu>
 
@@ -46,6 +47,7 @@ private:
     const std::shared_ptr<Menu> menu_;
     Choices& choices_;
     Icons& icons_;
+    MenuStyle style_;
     QMenu view_;
     std::map<const MenuItem*, Entry> entries_;
 };
