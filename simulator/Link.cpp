@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -63,6 +64,9 @@ Link::Link(UniqueFd client, UniqueFd service, std::shared_ptr<LinkConditions> co
 }
 
 void Link::run() {
+    // By default the kernel lets a wait last 50 microseconds longer, which a delay would add to
+    // both its directions.
+    ::prctl(PR_SET_TIMERSLACK, 1UL);
     while (!ending_ && !down_.done) {
         const bool moving = !conditions_->held();
         if (!moving && clientGone_) {
