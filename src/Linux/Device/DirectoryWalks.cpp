@@ -21,6 +21,8 @@ constexpr std::size_t kIndexed = 4096;
 constexpr std::size_t kFirstAhead = 64;
 constexpr std::size_t kMostAhead = 512;
 constexpr std::size_t kMostFoldersAhead = 16;
+constexpr std::size_t kLeastRenewed = 16;
+constexpr auto kBetweenRenewals = 100ms;
 /// How far a name is looked for in a directory without an index.
 constexpr std::size_t kReach = 64;
 
@@ -116,28 +118,41 @@ DirectoryWalks::Ahead DirectoryWalks::refill(Walk& walk) {
     return ahead;
 }
 
-/// What was not asked for yet, wherever it stands.
-DirectoryWalks::Ahead DirectoryWalks::rest(Walk& walk, std::size_t place) {
+/// What was not asked for yet, wherever it stands; at most so many.
+DirectoryWalks::Ahead DirectoryWalks::rest(const Walk& walk, std::size_t place, std::size_t most) {
     Ahead ahead{walk.folder, {}};
-    for (std::size_t i = 0; i < walk.names->size() && ahead.names.size() < walk.ahead; ++i) {
+    for (std::size_t i = 0; i < walk.names->size() && ahead.names.size() < most; ++i) {
         const std::size_t at = (place + 1 + i) % walk.names->size();
         if ((walk.flags[at] & kPassed) == 0) {
             ahead.names.push_back((*walk.names)[at]);
         }
     }
-    walk.ahead = std::min(walk.ahead * 4, kMostAhead);
     return ahead;
 }
 
-DirectoryWalks::Ahead DirectoryWalks::wasAsked(const std::string& path, bool isHere) {
+/// As many as the walk comes to while the new answers are fresh.
+DirectoryWalks::Ahead DirectoryWalks::renew(Walk& walk, std::size_t place) {
+    const auto now = Clock::now();
+    if (now - walk.renewed < kBetweenRenewals) {
+        return {};
+    }
+    walk.renewed = now;
+    const std::size_t most = std::clamp(walk.pace * 2, kLeastRenewed, kMostAhead);
+    walk.pace = 0;
+    return rest(walk, place, most);
+}
+
+DirectoryWalks::Ahead DirectoryWalks::wasAsked(const std::string& path, AtHand atHand) {
     const auto [walk, place] = find(path);
     if (walk == nullptr) {
         return {};
     }
+    const bool isHere = atHand != AtHand::No;
     walk->used = Clock::now();
     const bool inOrder = place >= walk->next && place < walk->next + kReach;
     if ((walk->flags[place] & kPassed) == 0) {
         walk->flags[place] |= kPassed;
+        ++walk->pace;
         // Names of the system's own are never asked for.
         if (++walk->passed + 2 >= walk->names->size()) {
             for (auto& flags : walk->flags) {
@@ -155,11 +170,19 @@ DirectoryWalks::Ahead DirectoryWalks::wasAsked(const std::string& path, bool isH
         walk->next = place + 1;
     }
     if (!isHere && !inOrder) {
-        return walk->names->size() <= kSmall ? rest(*walk, place) : Ahead{};
+        if (walk->names->size() > kSmall) {
+            return {};
+        }
+        auto ahead = rest(*walk, place, walk->ahead);
+        walk->ahead = std::min(walk->ahead * 4, kMostAhead);
+        return ahead;
     }
     if (!isHere) {
         walk->asked = place + 1;  // what was asked ahead is too old, or was dropped
         return refill(*walk);
+    }
+    if (atHand == AtHand::Old) {
+        return renew(*walk, place);
     }
     if (inOrder && walk->asked > walk->next && walk->asked - walk->next < walk->ahead / 2 &&
         walk->asked < walk->names->size()) {

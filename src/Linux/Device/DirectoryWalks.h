@@ -27,8 +27,15 @@ public:
         std::vector<std::string> names;
     };
 
-    /// `path` is asked for; `isHere` where the answer is at hand.
-    Ahead wasAsked(const std::string& path, bool isHere);
+    /// Whether the answer to a question is at hand; an old one will soon be too old.
+    enum class AtHand { No, Old, Fresh };
+
+    /// `path` is asked for.
+    Ahead wasAsked(const std::string& path, AtHand atHand);
+
+    /// Whether `path` is an entry of a directory that was listed.
+    bool isEntry(const std::string& path) { return find(path).walk != nullptr; }
+
     /// Whether programs are going through a directory: they come back to it again and again.
     bool isWalked(const std::string& folder) const;
     /// What kind of item was found at a path.
@@ -51,6 +58,8 @@ private:
         std::size_t asked = 0;  ///< entries before this were asked ahead
         std::size_t ahead = 0;
         std::size_t passed = 0;  ///< entries that were asked for in this pass
+        std::size_t pace = 0;    ///< entries that were asked for since the last renewal
+        Clock::time_point renewed{};
         std::size_t listed = 0;  ///< place behind the last entry that was listed
         std::size_t foldersAhead = 0;
         Clock::time_point refilled{};
@@ -64,7 +73,8 @@ private:
 
     Found find(std::string_view path);
     static Ahead refill(Walk& walk);
-    static Ahead rest(Walk& walk, std::size_t place);
+    static Ahead renew(Walk& walk, std::size_t place);
+    static Ahead rest(const Walk& walk, std::size_t place, std::size_t most);
 
     std::list<Walk> walks_;  ///< the youngest first
 };

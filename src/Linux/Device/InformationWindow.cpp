@@ -10,6 +10,7 @@ namespace {
 
 using wire::AfcOperation;
 using wire::AfcParameters;
+using AtHand = DirectoryWalks::AtHand;
 
 /// Entries of a directory that was listed ahead that are asked after ahead.
 constexpr std::size_t kEntriesOfNext = 32;
@@ -82,6 +83,12 @@ bool InformationWindow::take(const std::string& path, Answer& answer) {
     return isUsable;
 }
 
+void InformationWindow::askAheadOf(AfcClient& client, const std::string& path) {
+    auto bytes = blank();
+    client.askAhead(AfcOperation::FileInfo, AfcParameters{}.path(path).bytes(), bytes);
+    keep(path, std::move(bytes), true);
+}
+
 void InformationWindow::putAhead(AfcClient& client, const std::string& folder,
                                  const std::vector<std::string>& names) {
     for (const std::string& name : names) {
@@ -93,18 +100,23 @@ void InformationWindow::putAhead(AfcClient& client, const std::string& folder,
             found != kept_.end() && Clock::now() - found->second.asked <= kFresh / 4) {
             continue;
         }
-        auto bytes = blank();
-        client.askAhead(AfcOperation::FileInfo, AfcParameters{}.path(path).bytes(), bytes);
-        keep(path, std::move(bytes), true);
+        askAheadOf(client, path);
     }
 }
 
 /// Asks ahead what the walk that `path` belongs to will want next. True where something was put
 /// down.
-bool InformationWindow::askAfter(AfcClient& client, const std::string& path, bool isHere) {
-    const DirectoryWalks::Ahead ahead = walks_.wasAsked(path, isHere);
+bool InformationWindow::askAfter(AfcClient& client, const std::string& path, AtHand atHand) {
+    const DirectoryWalks::Ahead ahead = walks_.wasAsked(path, atHand);
+    if (ahead.names.empty()) {
+        return false;
+    }
     putAhead(client, ahead.folder, ahead.names);
-    return !ahead.names.empty();
+    if (const auto folder = kept_.find(ahead.folder);
+        folder != kept_.end() && isOld(folder->second.asked)) {
+        askAheadOf(client, ahead.folder);
+    }
+    return true;
 }
 
 AFCError InformationWindow::give(AfcClient& client, const Answer& answer,
@@ -152,7 +164,8 @@ AFCError InformationWindow::information(AfcClient& client, const std::string& pa
             return kAFCObjectNotFound;
         }
         isHere = take(path, answer);
-        asksMore = isHere && askAfter(client, path, true);
+        asksMore =
+            isHere && askAfter(client, path, isOld(answer.asked) ? AtHand::Old : AtHand::Fresh);
     }
     if (asksMore) {
         client.sendAhead();
@@ -171,10 +184,10 @@ AFCError InformationWindow::information(AfcClient& client, const std::string& pa
         const std::lock_guard lock{mutex_};
         answer.age = age_;
         client.askAhead(AfcOperation::FileInfo, parameters.bytes(), answer.bytes);
-        if (walks_.isWalked(path)) {
+        if (walks_.isWalked(path) || walks_.isEntry(path)) {
             keep(path, answer.bytes, true);
         }
-        askAfter(client, path, false);
+        askAfter(client, path, AtHand::No);
     }
     client.collect(answer.bytes);
     if (isNone(*answer.bytes) && !client.isBroken()) {

@@ -87,13 +87,17 @@ private:
 
     static bool isFresh(Clock::time_point asked) { return Clock::now() - asked <= kFresh; }
 
+    /// Still fresh, but to be asked for again where it will be needed.
+    static bool isOld(Clock::time_point asked) { return Clock::now() - asked > kFresh / 2; }
+
     bool take(const std::string& path, Answer& answer);
     void keep(const std::string& path, std::shared_ptr<AfcAnswer> bytes, bool ofWalk);
     void trim();
     void dropAll();
+    void askAheadOf(AfcClient& client, const std::string& path);
     void putAhead(AfcClient& client, const std::string& folder,
                   const std::vector<std::string>& names);
-    bool askAfter(AfcClient& client, const std::string& path, bool isHere);
+    bool askAfter(AfcClient& client, const std::string& path, DirectoryWalks::AtHand atHand);
     void listAhead(AfcClient& client, const std::string& path);
     bool takeListing(AfcClient& client, const std::string& path, std::vector<std::string>& names);
     AFCError give(AfcClient& client, const Answer& answer, std::vector<wire::KeyValue>& pairs);

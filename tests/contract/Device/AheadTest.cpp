@@ -10,6 +10,8 @@ namespace quillbox::testing {
 
 namespace {
 
+using AtHand = device::DirectoryWalks::AtHand;
+
 class AheadTest : public DeviceTest {
 protected:
     void begin() {
@@ -211,16 +213,17 @@ TEST(DirectoryWalksTest, AsksAheadInOrderAndStartsSmallAfterAChange) {
         names->push_back("n" + std::to_string(i));
     }
     walks.begin("/folder", names, 0);
-    const auto first = walks.wasAsked("/folder/n0", false);
+    const auto first = walks.wasAsked("/folder/n0", AtHand::No);
     ASSERT_FALSE(first.names.empty());
     EXPECT_EQ(first.folder, "/folder");
     EXPECT_EQ(first.names.front(), "n1");
-    EXPECT_TRUE(walks.wasAsked("/folder/n1", true).names.empty()) << "enough is on its way";
-    EXPECT_TRUE(walks.wasAsked("/elsewhere/n2", false).names.empty());
-    EXPECT_TRUE(walks.wasAsked("/folder/other", false).names.empty());
+    EXPECT_TRUE(walks.wasAsked("/folder/n1", AtHand::Fresh).names.empty())
+        << "enough is on its way";
+    EXPECT_TRUE(walks.wasAsked("/elsewhere/n2", AtHand::No).names.empty());
+    EXPECT_TRUE(walks.wasAsked("/folder/other", AtHand::No).names.empty());
     std::size_t asked = first.names.size();
     for (int i = 2; i < 1500; ++i) {
-        const auto more = walks.wasAsked("/folder/n" + std::to_string(i), true);
+        const auto more = walks.wasAsked("/folder/n" + std::to_string(i), AtHand::Fresh);
         if (!more.names.empty()) {
             EXPECT_EQ(more.names.front(), "n" + std::to_string(1 + asked)) << "nothing twice";
             asked += more.names.size();
@@ -228,7 +231,26 @@ TEST(DirectoryWalksTest, AsksAheadInOrderAndStartsSmallAfterAChange) {
     }
     EXPECT_GE(asked, 1499U);
     walks.wasDropped();
-    EXPECT_LE(walks.wasAsked("/folder/n1500", false).names.size(), 2U);
+    EXPECT_LE(walks.wasAsked("/folder/n1500", AtHand::No).names.size(), 2U);
+}
+
+TEST(DirectoryWalksTest, AsksAnewBeforeAnswersAreTooOld) {
+    device::DirectoryWalks walks;
+    auto names = std::make_shared<std::vector<std::string>>();
+    for (int i = 0; i < 200; ++i) {
+        names->push_back("n" + std::to_string(i));
+    }
+    walks.begin("/folder", names, 0);
+    walks.wasAsked("/folder/n0", AtHand::No);
+    for (int i = 1; i < 20; ++i) {
+        walks.wasAsked("/folder/n" + std::to_string(i), AtHand::Fresh);
+    }
+    const auto again = walks.wasAsked("/folder/n20", AtHand::Old);
+    ASSERT_EQ(again.names.size(), 42U) << "twice as many as were passed";
+    EXPECT_EQ(again.names.front(), "n21");
+    EXPECT_TRUE(walks.wasAsked("/folder/n21", AtHand::Old).names.empty()) << "it was just asked";
+    EXPECT_TRUE(walks.isEntry("/folder/n7"));
+    EXPECT_FALSE(walks.isEntry("/folder/other"));
 }
 
 TEST(DirectoryWalksTest, ListsFoldersAheadThatAreKnownToBeSome) {
