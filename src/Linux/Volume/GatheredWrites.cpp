@@ -20,11 +20,11 @@ void GatheredWrites::makeRoom(Run& run, std::size_t size) {
     run.room = room;
 }
 
-bool GatheredWrites::add(NodeId node, HandleId handle, const char* bytes, std::size_t size,
-                         std::int64_t offset) {
+GatheredWrites::Added GatheredWrites::add(NodeId node, HandleId handle, const char* bytes,
+                                          std::size_t size, std::int64_t offset) {
     const std::lock_guard lock(mutex_);
     if (size >= kLarge || total_ + size > kMostInAll) {
-        return false;
+        return Added::No;
     }
     const auto [place, isNew] = runs_.try_emplace(node);
     Run& run = place->second;
@@ -35,13 +35,13 @@ bool GatheredWrites::add(NodeId node, HandleId handle, const char* bytes, std::s
         ++count_;
     } else if (run.handle != handle || offset != run.offset + static_cast<std::int64_t>(run.size) ||
                run.size + size > kMostOfAFile) {
-        return false;
+        return Added::No;
     }
     makeRoom(run, run.size + size);
     std::memcpy(run.bytes.get() + run.size, bytes, size);
     run.size += size;
     total_ += size;
-    return true;
+    return runs_.size() == 1 && isNew ? Added::First : Added::More;
 }
 
 std::optional<GatheredWrites::Run>

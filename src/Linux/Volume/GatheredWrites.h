@@ -35,10 +35,13 @@ public:
         std::unique_ptr<char[]> bytes;
     };
 
-    /// Takes a write in. False: it does not go on where the run ends, or does not fit; then what is
-    /// gathered of that file must be taken and sent first.
-    bool add(NodeId node, HandleId handle, const char* bytes, std::size_t size,
-             std::int64_t offset);
+    /// What became of a write: not taken in, since it does not go on where the run ends or does not
+    /// fit, so that what is gathered of that file must be taken and sent first; the first bytes of
+    /// all; or more to what is there.
+    enum class Added { No, First, More };
+
+    Added add(NodeId node, HandleId handle, const char* bytes, std::size_t size,
+              std::int64_t offset);
     /// Takes what is gathered of a file, or of any.
     std::optional<Run> take(NodeId node);
     std::optional<Run> takeAny();

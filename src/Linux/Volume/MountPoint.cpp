@@ -43,13 +43,17 @@ int MountPoint::prepare() {
         return error.value();
     }
     path_ = canonical.string();
+    if (left_->take(path_)) {
+        const std::lock_guard lock(mutex_);
+        isOurs_ = true;
+    }
     return 0;
 }
 
 void MountPoint::remove() {
     const std::lock_guard lock(mutex_);
-    if (std::exchange(isOurs_, false)) {
-        ::rmdir(path_.c_str());
+    if (std::exchange(isOurs_, false) && ::rmdir(path_.c_str()) != 0 && errno != ENOENT) {
+        left_->add(path_);
     }
 }
 

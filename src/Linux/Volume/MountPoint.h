@@ -1,17 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Linux/Volume/LeftFolders.h"
+
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace quillbox::volume {
 
 /// The folder that a volume is shown at: made where there is none, and removed only where we made
-/// it. `remove` is for any thread, at any time after `prepare`.
+/// it, now or for an earlier volume. `remove` is for any thread, at any time after `prepare`.
 class MountPoint {
 public:
     /// The path is made absolute and free of links, as the mount table shows it, by `prepare`.
-    explicit MountPoint(std::string path) : path_(std::move(path)) {}
+    /// What cannot be removed is handed to `left`.
+    MountPoint(std::string path, std::shared_ptr<LeftFolders> left)
+        : path_(std::move(path)), left_(std::move(left)) {}
 
     /// Makes the folder, or finds that there is an empty one; else an errno number: ENOTEMPTY for
     /// a folder with content, ENOTDIR for something else, or what making it gave.
@@ -24,6 +30,7 @@ public:
 
 private:
     std::string path_;
+    const std::shared_ptr<LeftFolders> left_;
     std::mutex mutex_;
     bool isOurs_ = false;  ///< guarded by `mutex_`
 };

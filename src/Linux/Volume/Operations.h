@@ -16,6 +16,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -59,6 +60,9 @@ public:
         Owner owner;
         /// The text of the volume information file.
         std::string volumeInformation;
+        /// Told, on any thread, when small writes begin to be gathered: `sendLingering` is wanted
+        /// some time later. Must not wait.
+        std::function<void()> whenGathering;
     };
 
     explicit Operations(const Parts& parts);
@@ -88,6 +92,8 @@ public:
     Result<Done> flush(Caller& caller, HandleId handle);
     /// The same for every open file; failures stay for whoever wrote.
     void finishAllWrites();
+    /// Hands what was gathered so far to the device; failures stay for whoever wrote.
+    void sendLingering();
     bool hasUnfinishedWrites() const;
     /// Closed by the last program: exactly one for each open. Harmless for an unknown handle. On a
     /// closed queue the delegate is not told.
@@ -183,6 +189,7 @@ private:
     Nodes& nodes_;
     const Owner owner_;
     const std::string volumeInformation_;
+    const std::function<void()> whenGathering_;
     const std::int64_t mounted_;  ///< the date of the file that the volume makes up
     TrashNames trashNames_;
     OpenFiles files_;

@@ -46,6 +46,7 @@ Operations::Operations(const Parts& parts)
       nodes_(parts.nodes),
       owner_(parts.owner),
       volumeInformation_(parts.volumeInformation),
+      whenGathering_(parts.whenGathering),
       mounted_(nanosecondsNow()) {}
 
 Result<struct stat> Operations::askAttributes(const std::string& path, const GMUserData& userData) {

@@ -97,10 +97,17 @@ Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const cha
     }
     const auto end = static_cast<std::uint64_t>(offset) + size;
     const auto isGathered = [&] {
-        if (file->isSynchronous || !gathered_.add(file->node, handle, buffer, size, offset)) {
+        if (file->isSynchronous) {
+            return false;
+        }
+        const auto added = gathered_.add(file->node, handle, buffer, size, offset);
+        if (added == GatheredWrites::Added::No) {
             return false;
         }
         nodes_.grown(file->node, end);
+        if (added == GatheredWrites::Added::First) {
+            whenGathering_();
+        }
         return true;
     };
     file->writing->isDirty = true;
@@ -150,6 +157,13 @@ void Operations::finishAllWrites() {
         if (const auto file = files_.find(handle); file && !done) {
             file->writing->note(done.error());
         }
+    }
+}
+
+void Operations::sendLingering() {
+    PatientCaller nobody;
+    if (const auto turn = queue_.enter(nobody)) {
+        sendAllGathered();
     }
 }
 

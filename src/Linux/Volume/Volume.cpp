@@ -16,6 +16,9 @@ namespace {
 
 // How long a volume that is unmounted waits for the device to take what was written.
 constexpr auto kFinishTime = std::chrono::seconds(1);
+// How long what a program writes in small pieces stays here, so that a file that is kept open for
+// hours is on the device all the same.
+constexpr auto kGatheringTime = std::chrono::seconds(1);
 // How long the main thread waits for a volume to be detached.
 constexpr auto kUnmountTime = std::chrono::seconds(2);
 
@@ -50,11 +53,12 @@ Volume::Volume(Parts parts)
       subject_(std::move(parts.subject)),
       beforeMount_(std::move(parts.beforeMount)),
       whenEnded_(std::move(parts.whenEnded)),
-      mountPoint_(askedPath_),
+      later_(std::move(parts.later)),
+      mountPoint_(askedPath_, std::move(parts.leftFolders)),
       queue_(!parts.isThreadSafe),
       nodes_(randomSeed()),
       operations_({*delegate_, *backing_, queue_, nodes_, Owner{::getuid(), ::getgid()},
-                   informationFor(options_, askedPath_)}),
+                   informationFor(options_, askedPath_), [this] { isGathering(); }}),
       served_{operations_, queue_, [this] { isAnswered(); }} {}
 
 Volume::~Volume() = default;
@@ -199,8 +203,7 @@ void Volume::takeDown(Detachment first) {
 }
 
 void Volume::inBackground(std::function<void()> work) {
-    const std::lock_guard lock(helpersMutex_);
-    helpers_.emplace_back([self = shared_from_this(), work = std::move(work)] { work(); });
+    helpers_.run([self = shared_from_this(), work = std::move(work)] { work(); });
 }
 
 std::future<void> Volume::finishWritesInBackground() {
@@ -211,6 +214,14 @@ std::future<void> Volume::finishWritesInBackground() {
         done->set_value();
     });
     return finished;
+}
+
+void Volume::isGathering() {
+    later_(kGatheringTime, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->inBackground([volume = self.get()] { volume->operations_.sendLingering(); });
+        }
+    });
 }
 
 void Volume::takeAwayInBackground() {
@@ -329,22 +340,8 @@ void Volume::join() {
     if (thread_.joinable()) {
         thread_.join();
     }
-    // One may have started another.
-    while (joinHelpers()) {
-    }
+    helpers_.join();
     delegate_.reset();
-}
-
-bool Volume::joinHelpers() {
-    std::list<std::thread> helpers;
-    {
-        const std::lock_guard lock(helpersMutex_);
-        helpers.swap(helpers_);
-    }
-    for (std::thread& helper : helpers) {
-        helper.join();
-    }
-    return !helpers.empty();
 }
 
 // The process is about to end and a delegate call never returned. The threads own this object, so
@@ -353,11 +350,7 @@ void Volume::abandon() {
     if (thread_.joinable()) {
         thread_.detach();
     }
-    const std::lock_guard lock(helpersMutex_);
-    for (std::thread& helper : helpers_) {
-        helper.detach();
-    }
-    helpers_.clear();
+    helpers_.abandon();
 }
 
 void Volume::notify(std::string_view name, std::map<std::string, NSError> userInfo) {

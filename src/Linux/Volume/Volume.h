@@ -5,6 +5,7 @@
 #include "Core/Platform/VolumeBacking.h"
 #include "Linux/Volume/DelegateQueue.h"
 #include "Linux/Volume/Detach.h"
+#include "Linux/Volume/Helpers.h"
 #include "Linux/Volume/MainThread.h"
 #include "Linux/Volume/MountPoint.h"
 #include "Linux/Volume/Nodes.h"
@@ -15,7 +16,6 @@
 #include <condition_variable>
 #include <functional>
 #include <future>
-#include <list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -49,6 +49,9 @@ public:
         std::shared_ptr<NoticeSubject> subject;
         std::function<void()> beforeMount;  ///< on the volume's thread: frees the path
         std::function<void(const std::shared_ptr<Volume>&)> whenEnded;  ///< on the main thread
+        /// Calls something after a while, on any thread, or never: what it calls must not wait.
+        std::function<void(std::chrono::milliseconds, std::function<void()>)> later;
+        std::shared_ptr<LeftFolders> leftFolders;
     };
 
     explicit Volume(Parts parts);
@@ -108,8 +111,8 @@ private:
     void tellMounted();
     void tellEnded(int mountError);
     void notify(std::string_view name, std::map<std::string, NSError> userInfo);
+    void isGathering();
     void inBackground(std::function<void()> work);
-    bool joinHelpers();
     std::string optionText() const;
 
     const std::string askedPath_;
@@ -120,6 +123,7 @@ private:
     const std::shared_ptr<NoticeSubject> subject_;
     const std::function<void()> beforeMount_;
     const std::function<void(const std::shared_ptr<Volume>&)> whenEnded_;
+    const std::function<void(std::chrono::milliseconds, std::function<void()>)> later_;
 
     MountPoint mountPoint_;
     DelegateQueue queue_;
@@ -141,8 +145,7 @@ private:
 
     std::mutex takeDownMutex_;  ///< one detaching at a time
     std::thread thread_;
-    std::mutex helpersMutex_;
-    std::list<std::thread> helpers_;  ///< guarded by `helpersMutex_`
+    Helpers helpers_;
 
     // Main thread only.
     bool isTold_ = false;

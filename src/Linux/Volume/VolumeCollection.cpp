@@ -13,7 +13,7 @@ namespace {
 // How long a volume whose device is gone goes on saying so, before its folder goes too.
 constexpr auto kTombstoneTime = std::chrono::milliseconds(1200);
 // How long what was written may take to reach the device before its connection ends.
-constexpr auto kFinishTime = std::chrono::seconds(2);
+constexpr auto kLastWritesTime = std::chrono::seconds(2);
 // How long the end of a connection waits for a delegate call.
 constexpr auto kCallTime = std::chrono::seconds(5);
 // The end of everything: to detach, for programs to let go, and for the rest to be ended.
@@ -85,6 +85,13 @@ std::shared_ptr<Volume> VolumeCollection::mount(const Wish& wish) {
                     collection->hasEnded(ended);
                 }
             },
+        .later =
+            [self](std::chrono::milliseconds pause, std::function<void()> work) {
+                if (const auto collection = self.lock()) {
+                    collection->later(pause, std::move(work));
+                }
+            },
+        .leftFolders = leftFolders_,
     });
     {
         const std::lock_guard lock(mutex_);
@@ -92,6 +99,13 @@ std::shared_ptr<Volume> VolumeCollection::mount(const Wish& wish) {
     }
     volume->start();
     return volume;
+}
+
+void VolumeCollection::later(std::chrono::milliseconds pause, std::function<void()> work) {
+    const std::lock_guard lock(mutex_);
+    if (caretaker_) {
+        caretaker_->at(Caretaker::Clock::now() + pause, std::move(work));
+    }
 }
 
 void VolumeCollection::hasEnded(const std::shared_ptr<Volume>& volume) {
@@ -124,7 +138,7 @@ void VolumeCollection::finishWrites(const std::vector<std::shared_ptr<Volume>>& 
             finished.push_back(volume->finishWritesInBackground());
         }
     }
-    const auto deadline = std::chrono::steady_clock::now() + kFinishTime;
+    const auto deadline = std::chrono::steady_clock::now() + kLastWritesTime;
     for (auto& each : finished) {
         if (each.wait_until(deadline) != std::future_status::ready) {
             main_->log(LogLevel::Warning, "The device did not take what programs had written on a "
@@ -145,7 +159,7 @@ void VolumeCollection::connectionEnds(AFCConnectionRef connection, bool deviceGo
     }
     if (deviceGone) {
         for (const auto& volume : volumes) {
-            caretaker_->at(now + kTombstoneTime, [volume] { volume->takeAway(); });
+            later(kTombstoneTime, [volume] { volume->takeAway(); });
         }
     }
     for (const auto& volume : volumes) {
@@ -213,12 +227,18 @@ void VolumeCollection::endAll() {
                                               " never came back; it is left to itself.");
         }
     }
+    leftFolders_->removeEmpty();
 }
 
 void VolumeCollection::close() {
     isClosed_ = true;
     endAll();
-    caretaker_.reset();
+    std::unique_ptr<Caretaker> caretaker;
+    {
+        const std::lock_guard lock(mutex_);
+        caretaker = std::move(caretaker_);
+    }
+    caretaker.reset();
     main_->cut();
     const auto now = std::chrono::steady_clock::now();
     for (const auto& volume : all()) {

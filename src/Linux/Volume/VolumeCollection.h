@@ -6,6 +6,8 @@
 #include "Linux/Volume/FuseUserFileSystems.h"
 #include "Linux/Volume/Volume.h"
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -44,6 +46,7 @@ public:
 private:
     void finishWrites(const std::vector<std::shared_ptr<Volume>>& volumes);
     std::vector<std::shared_ptr<Volume>> all() const;
+    void later(std::chrono::milliseconds pause, std::function<void()> work);
     void endTombstoneAt(const std::string& path);
     void checkPresence();
     void hasEnded(const std::shared_ptr<Volume>& volume);
@@ -55,6 +58,7 @@ private:
     bool isClosed_ = false;  ///< main thread only
     mutable std::mutex mutex_;
     std::vector<std::shared_ptr<Volume>> volumes_;
+    std::shared_ptr<LeftFolders> leftFolders_ = std::make_shared<LeftFolders>();
     std::unique_ptr<Caretaker> caretaker_;
 };
 

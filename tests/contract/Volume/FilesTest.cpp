@@ -303,6 +303,17 @@ TEST_F(FilesOnAVolume, TransfersThatFailSayWhy) {
     EXPECT_EQ(device->content("/notes.txt"), "hello, volume");
 }
 
+TEST_F(FilesOnAVolume, SmallWritesReachTheDeviceAlthoughTheFileStaysOpen) {
+    mount();
+    const int file = ::open(at("/log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_EQ(::write(file, "a line\n", 7), 7);
+    for (int tries = 0; tries < 1000 && device->content("/log") != "a line\n"; ++tries) {
+        std::this_thread::sleep_for(10ms);
+    }
+    EXPECT_EQ(device->content("/log"), "a line\n");
+    ::close(file);
+}
+
 TEST_F(FilesOnAVolume, ADelegateThatThrowsIsAnIoError) {
     delegate->throws = true;
     struct stat attributes = {};

@@ -4,7 +4,9 @@
 #include "Linux/Volume/DelegateQueue.h"
 #include "Linux/Volume/Errors.h"
 #include "Linux/Volume/GatheredWrites.h"
+#include "Linux/Volume/LeftFolders.h"
 #include "Linux/Volume/MountOptions.h"
+#include "Linux/Volume/MountPoint.h"
 #include "Linux/Volume/MountTable.h"
 #include "Linux/Volume/Nodes.h"
 #include "Linux/Volume/Operations.h"
@@ -22,6 +24,7 @@ using test::MemoryBacking;
 using test::MemoryDelegate;
 using test::MemoryDevice;
 using test::Request;
+using Added = GatheredWrites::Added;
 
 std::optional<NSError> posix(int code) {
     return NSError::errorWithDomain(NSPOSIXErrorDomain, code);
@@ -264,7 +267,9 @@ protected:
     MemoryBacking backing{device, 1};
     DelegateQueue queue{true};
     quillbox::volume::Nodes nodes{1};
-    Operations operations{{delegate, backing, queue, nodes, Owner{1, 2}, "information"}};
+    int gatherings = 0;
+    Operations operations{
+        {delegate, backing, queue, nodes, Owner{1, 2}, "information", [this] { ++gatherings; }}};
     PatientCaller caller;
 };
 
@@ -314,13 +319,13 @@ TEST_F(OperationsOverADelegate, RefuseATopThatIsNoFolder) {
 TEST(GatheredWrites, TakeWhatGoesOnAndNothingElse) {
     GatheredWrites gathered;
     EXPECT_TRUE(gathered.isEmpty());
-    EXPECT_TRUE(gathered.add(5, 1, "abc", 3, 10));
-    EXPECT_TRUE(gathered.add(5, 1, "de", 2, 13));
-    EXPECT_FALSE(gathered.add(5, 1, "x", 1, 10)) << "elsewhere";
-    EXPECT_FALSE(gathered.add(5, 2, "x", 1, 15)) << "through another handle";
-    EXPECT_TRUE(gathered.add(6, 2, "f", 1, 0));
+    EXPECT_EQ(gathered.add(5, 1, "abc", 3, 10), Added::First);
+    EXPECT_EQ(gathered.add(5, 1, "de", 2, 13), Added::More);
+    EXPECT_EQ(gathered.add(5, 1, "x", 1, 10), Added::No) << "elsewhere";
+    EXPECT_EQ(gathered.add(5, 2, "x", 1, 15), Added::No) << "through another handle";
+    EXPECT_EQ(gathered.add(6, 2, "f", 1, 0), Added::More);
     const std::string large(GatheredWrites::kLarge, 'l');
-    EXPECT_FALSE(gathered.add(7, 3, large.data(), large.size(), 0)) << "worth a request";
+    EXPECT_EQ(gathered.add(7, 3, large.data(), large.size(), 0), Added::No) << "worth a request";
     const auto run = gathered.take(5);
     ASSERT_TRUE(run);
     EXPECT_EQ(run->handle, 1U);
@@ -329,21 +334,70 @@ TEST(GatheredWrites, TakeWhatGoesOnAndNothingElse) {
     EXPECT_FALSE(gathered.take(5));
     EXPECT_EQ(gathered.takeAny()->node, 6U);
     EXPECT_TRUE(gathered.isEmpty());
+    EXPECT_EQ(gathered.add(5, 1, "abc", 3, 10), Added::First);
 }
 
 TEST(GatheredWrites, AreBounded) {
     GatheredWrites gathered;
     const std::string piece(256U << 10U, 'p');
     std::int64_t offset = 0;
-    while (gathered.add(1, 1, piece.data(), piece.size(), offset)) {
+    while (gathered.add(1, 1, piece.data(), piece.size(), offset) != Added::No) {
         offset += static_cast<std::int64_t>(piece.size());
     }
     EXPECT_EQ(static_cast<std::size_t>(offset), GatheredWrites::kMostOfAFile);
     std::size_t total = 0;
-    for (NodeId node = 2; gathered.add(node, 1, piece.data(), piece.size(), 0); ++node) {
+    for (NodeId node = 2; gathered.add(node, 1, piece.data(), piece.size(), 0) != Added::No;
+         ++node) {
         total += piece.size();
     }
     EXPECT_EQ(total + GatheredWrites::kMostOfAFile, GatheredWrites::kMostInAll);
+}
+
+TEST_F(OperationsOverADelegate, SayOnceThatSmallWritesLinger) {
+    const auto entry = operations.lookUp(caller, kRootNode, "a");
+    const auto handle = operations.open(caller, entry->node, O_WRONLY);
+    ASSERT_TRUE(handle);
+    EXPECT_EQ(*operations.write(caller, *handle, "one", 3, 0), 3U);
+    EXPECT_EQ(*operations.write(caller, *handle, "two", 3, 3), 3U);
+    EXPECT_EQ(gatherings, 1);
+    EXPECT_EQ(device->content("/a"), "A");
+    operations.sendLingering();
+    EXPECT_EQ(device->content("/a"), "onetwo");
+    EXPECT_EQ(*operations.write(caller, *handle, "more", 4, 6), 4U);
+    EXPECT_EQ(gatherings, 2);
+    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
+    operations.sendLingering();
+    EXPECT_EQ(operations.flush(caller, *handle).error(), ENOSPC) << "told to whoever wrote";
+}
+
+TEST(TheFolderOfAVolume, StaysOursWhenItCouldNotBeRemoved) {
+    const test::VolumesFolder volumes;
+    const std::string path = volumes.path() + "/Blue Phone";
+    const auto left = std::make_shared<LeftFolders>();
+    const auto leave = [&] {
+        MountPoint point(path, left);
+        EXPECT_EQ(point.prepare(), 0);
+        std::ofstream(path + "/stray") << "written before the volume was there";
+        point.remove();
+        EXPECT_TRUE(std::filesystem::exists(path + "/stray"));
+        EXPECT_EQ(MountPoint(path, left).prepare(), ENOTEMPTY);
+        std::filesystem::remove(path + "/stray");
+    };
+    leave();
+    MountPoint next(path, left);
+    EXPECT_EQ(next.prepare(), 0);
+    next.remove();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    leave();
+    left->removeEmpty();
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    std::filesystem::create_directory(path);
+    MountPoint theirs(path, left);
+    EXPECT_EQ(theirs.prepare(), 0);
+    theirs.remove();
+    left->removeEmpty();
+    EXPECT_TRUE(std::filesystem::exists(path)) << "made by somebody else";
 }
 
 }  // namespace

@@ -152,6 +152,10 @@ TEST_F(RootsUnderLoad, VolumesAreUsedWhileRootsChangeDevicesLeaveAndTheProgramQu
     EXPECT_GT(successes, 100) << "the volumes were hardly used";
     EXPECT_GT(switches_, 5) << "the roots were hardly switched";
     EXPECT_EQ(mountsBelow(volumes_), 0);
+    wiring_.volumes().endAll();  // what the writers had put into a bare folder is gone by now
+    for (const auto& left : std::filesystem::directory_iterator(volumes_)) {
+        EXPECT_FALSE(std::filesystem::is_empty(left)) << left << " was left behind";
+    }
 }
 
 TEST_F(RootsUnderLoad, ARememberedApplicationRootComesBackAtTheNextArrival) {
