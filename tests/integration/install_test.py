@@ -16,6 +16,32 @@ from harness import BIN, DeviceTest, run
 
 ID = "org.quillbox.Quillbox"
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
+VERBS = ["doctor", "info", "list", "mount", "quit", "reveal", "root", "unmount"]
+
+# An interactive shell on a terminal of its own, into which the line and the tabulator are typed. What the completion
+# adds is written to a file on its way to the shell.
+ZSH_SETTINGS = """
+PS1=ready
+fpath=('{functions}' $fpath)
+autoload -Uz compinit
+compinit -u -D
+compadd() {{
+    local -a matches
+    # With -O, -A or -D nothing is added.
+    [[ ${{@[1,(i)(-|--)]}} == *-(O|A|D)\ * ]] || builtin compadd -A matches "$@"
+    (( $#matches )) && print -l -- $matches >>'{offered}'
+    builtin compadd "$@"
+}}
+"""
+ZSH_TYPIST = """
+zmodload zsh/zpty
+zpty shell zsh -f -i
+zpty -w shell "source '{settings}'"
+zpty -r shell seen '*ready'
+zpty -w -n shell '{line}'$'\t'
+zpty -w shell $'\x15exit'
+while zpty -r shell seen; do :; done
+"""
 
 
 class Installed(DeviceTest):
@@ -96,6 +122,14 @@ class Installed(DeviceTest):
                       f"COMP_WORDS=({words}); COMP_CWORD={len(line) - 1}\n_quillbox\n"
                       "printf '%s\\n' \"${COMPREPLY[@]}\"")
             command = ["bash", "--norc", "-c", script]
+        elif shell == "zsh":
+            offered = self.local("offered")
+            settings = self.local("settings")
+            with open(offered, "w", encoding="utf-8"), open(settings, "w", encoding="utf-8") as file:
+                functions = os.path.dirname(self.share("zsh", "site-functions", "_quillbox"))
+                file.write(ZSH_SETTINGS.format(functions=functions, offered=offered))
+            run("zsh", "-f", "-c", ZSH_TYPIST.format(settings=settings, line=" ".join(line)), env=environment)
+            return list(dict.fromkeys(self.text(offered).split("\n")[:-1]))
         else:
             script = (f"source '{self.share('fish', 'vendor_completions.d', 'quillbox.fish')}'\n"
                       f"complete -C '{' '.join(line)}'")
@@ -105,8 +139,9 @@ class Installed(DeviceTest):
     def test_completion_offers_commands_devices_and_roots(self):
         self.start()
         (device,) = json.loads(self.quillbox.verb("list", "--json").stdout)
-        for shell in ("bash", "fish"):
+        for shell in ("bash", "fish", "zsh"):
             with self.subTest(shell):
+                self.assertEqual(sorted(self.complete(shell, ["quillbox", ""])), VERBS)
                 self.assertEqual(self.complete(shell, ["quillbox", "mo"]), ["mount"])
                 self.assertIn("--headless", self.complete(shell, ["quillbox", "--h"]))
                 self.assertEqual(self.complete(shell, ["quillbox", "unmount", ""]), [device["serialNumber"]])
