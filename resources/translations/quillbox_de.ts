@@ -289,6 +289,10 @@
         <source>%1 (identifier %2)</source>
         <translation>%1 (Kennung %2)</translation>
     </message>
+    <message>
+        <source>the root %1 could not be opened: choose a connection root again</source>
+        <translation>die Wurzel %1 ließ sich nicht öffnen: bitte neu wählen</translation>
+    </message>
 </context>
 <context>
     <name>MoreInfo</name>

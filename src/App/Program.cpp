@@ -10,8 +10,8 @@
 #include "App/Simulation.h"
 #include "App/Surface.h"
 #include "App/VolumeJournal.h"
+#include "App/VolumeNotices.h"
 #include "App/Wiring.h"
-#include "App/WritingNotices.h"
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
 #include "Core/Volumes/CommonData.h"
@@ -204,10 +204,10 @@ private:
         CommonData::setPlatform(wiring.platform());
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
-            std::optional<WritingNotices> writing;
+            std::optional<VolumeNotices> volumeNotices;
             if (desktop != nullptr) {
-                writing.emplace(*desktop, loop, wiring.platform().notifications, wiring.volumes(),
-                                mounted_);
+                volumeNotices.emplace(*desktop, loop, wiring.platform().notifications,
+                                      wiring.volumes(), mounted_);
             }
             PodController controller;
             DeviceControl verbs(loop, wiring.platform().notifications, wiring.devices(), mounted_,

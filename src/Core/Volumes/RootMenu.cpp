@@ -172,11 +172,13 @@ void iPodDevice::changeConnectionRoot(MenuItem& item) {
     logLine(log, LogLevel::Info, "changeConnectionRoot:");
     const auto session = iPhoneInterface();
     if (!session || !session->setupConnectionForRoot(item.tag())) {
+        failedRoot_ = item.title();
         logLine(log, LogLevel::Warning, "\"", item.title(), "\" of ", deviceName(),
                 " could not be opened, and its volume has no connection now. To go on, choose a "
                 "connection root again.");
         return;
     }
+    failedRoot_.clear();
     const auto chosen = item.shared_from_this();
     if (last_selectMenuItem_) {
         last_selectMenuItem_->setState(false);

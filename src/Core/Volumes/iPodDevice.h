@@ -132,6 +132,10 @@ public:
 
     bool isUserChanged() const { return isUserChanged_; }
 
+    /// The title of the root whose opening failed last, until one is open again; else empty. Main
+    /// thread.
+    const std::string& failedRoot() const { return failedRoot_; }
+
     /// Any thread.
     bool willUnmount() const { return willUnmount_; }
 
@@ -208,6 +212,7 @@ private:
     std::atomic<bool> willUnmount_{false};
     bool isMounted_ = false;
     bool isUserChanged_ = false;
+    std::string failedRoot_;
     bool hasLeft_ = false;
 
     std::optional<std::string> deviceFirmwareVersion_;

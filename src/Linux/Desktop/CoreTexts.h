@@ -62,6 +62,7 @@ inline constexpr std::array kCoreTextsWithValues{
     QT_TRANSLATE_NOOP("Core", "The volume could not be mounted at %1: %2."),
     QT_TRANSLATE_NOOP("Core", "A report about it was kept on this computer, in %1."),
     QT_TRANSLATE_NOOP("Core", "waiting for %1"),
+    QT_TRANSLATE_NOOP("Core", "the root %1 could not be opened: choose a connection root again"),
     QT_TRANSLATE_NOOP("Core", "%1 (serial number %2)"),
     QT_TRANSLATE_NOOP("Core", "%1 (identifier %2)"),
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "App/WritingNotices.h"
+#include "App/VolumeNotices.h"
 
 #include "Core/Platform/UserFileSystem.h"
 #include "Core/Volumes/CommonData.h"
@@ -17,10 +17,9 @@ constexpr std::chrono::seconds kPause{1};
 
 }  // namespace
 
-WritingNotices::WritingNotices(desktop::Desktop& desktop, host::MainLoop& loop,
-                               NotificationCenter& notifications,
-                               const FuseUserFileSystems& volumes,
-                               std::shared_ptr<const MountedPaths> mounted)
+VolumeNotices::VolumeNotices(desktop::Desktop& desktop, host::MainLoop& loop,
+                             NotificationCenter& notifications, const FuseUserFileSystems& volumes,
+                             std::shared_ptr<const MountedPaths> mounted)
     : desktop_(desktop),
       loop_(loop),
       notifications_(notifications),
@@ -33,14 +32,14 @@ WritingNotices::WritingNotices(desktop::Desktop& desktop, host::MainLoop& loop,
     });
 }
 
-WritingNotices::~WritingNotices() {
+VolumeNotices::~VolumeNotices() {
     notifications_.removeObserver(this);
     if (next_) {
         loop_.cancelTimer(*next_);
     }
 }
 
-void WritingNotices::look() {
+void VolumeNotices::look() {
     const auto busy = volumes_.writtenPaths();
     std::set<const void*> still;
     for (const auto& device : CommonData::sharedInstance().connectedDevices()) {
@@ -51,9 +50,16 @@ void WritingNotices::look() {
             std::find(busy.begin(), busy.end(), device->myMountPath()) != busy.end();
         device->submi_stopMount()->setTitle(isBusy ? "Unmount Device (still writing)"
                                                    : "Unmount Device");
-        if (isBusy) {
-            desktop_.showDeviceState(device.get(), device->mi_deviceMenu()->title(),
-                                     "data is still being written", false);
+        std::string state;
+        if (!device->failedRoot().empty()) {
+            state = "the root " + device->failedRoot() +
+                    " could not be opened: choose a connection root again";
+        } else if (isBusy) {
+            state = "data is still being written";
+        }
+        if (!state.empty()) {
+            desktop_.showDeviceState(device.get(), device->mi_deviceMenu()->title(), state,
+                                     !device->failedRoot().empty());
             told_.erase(device.get());
             still.insert(device.get());
         }

@@ -14,17 +14,17 @@
 
 namespace quillbox::app {
 
-/// Says at "Unmount Device" and in the tool tip which volumes are still being written to. Looks
-/// once a second, as long as there is a volume. Main thread; within the life of the shared state of
-/// the core.
-class WritingNotices {
+/// Says at "Unmount Device" and in the tool tip which volumes are still being written to, and in
+/// the tool tip which have lost their root. Looks once a second, as long as there is a volume. Main
+/// thread; within the life of the shared state of the core.
+class VolumeNotices {
 public:
-    WritingNotices(desktop::Desktop& desktop, host::MainLoop& loop,
-                   NotificationCenter& notifications, const FuseUserFileSystems& volumes,
-                   std::shared_ptr<const MountedPaths> mounted);
-    ~WritingNotices();
-    WritingNotices(const WritingNotices&) = delete;
-    WritingNotices& operator=(const WritingNotices&) = delete;
+    VolumeNotices(desktop::Desktop& desktop, host::MainLoop& loop,
+                  NotificationCenter& notifications, const FuseUserFileSystems& volumes,
+                  std::shared_ptr<const MountedPaths> mounted);
+    ~VolumeNotices();
+    VolumeNotices(const VolumeNotices&) = delete;
+    VolumeNotices& operator=(const VolumeNotices&) = delete;
 
 private:
     void look();
