@@ -11,6 +11,7 @@ import os
 import re
 import subprocess
 import sys
+import xml.etree.ElementTree as tree
 
 SOURCES = (".h", ".cpp", ".c", ".hpp", ".cc")
 SPDX = "SPDX-License-Identifier: GPL-3.0-or-later"
@@ -129,6 +130,17 @@ def check_script(root, path):
     return [] if any(SPDX in line for line in head) else [f"{path}: the licence line is missing"]
 
 
+def check_form(root, path):
+    """A label that shows a value must be read out with that value, which a name of its own would hide."""
+    try:
+        widgets = tree.parse(os.path.join(root, path)).iter("widget")
+    except tree.ParseError as error:
+        return [f"{path}: {error}"]
+    return [f"{path}: {widget.get('name')} has an accessible name, which hides its value from screen readers"
+            for widget in widgets if widget.get("class") == "QLabel" and widget.get("name", "").startswith("tf_") and
+            widget.find("property[@name='accessibleName']") is not None]
+
+
 def breaches(root):
     """Every breach of the rules in a tree, one line each."""
     files = set(tracked_files(root))
@@ -140,6 +152,8 @@ def breaches(root):
             found += check_source(root, path, files)
         elif path.endswith((".py", ".sh")) or path in ("run", "test", ".ci/run"):
             found += check_script(root, path)
+        elif path.endswith(".ui"):
+            found += check_form(root, path)
     if sources == 0:
         found.append(f"{root}: no source was found")
     return found

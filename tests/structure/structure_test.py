@@ -111,6 +111,16 @@ class TheCheck(unittest.TestCase):
         self.assertIn("no room", self.plant("src/Elsewhere/Planted.cpp", LICENCE)[0])
         self.assertIn("licence", self.plant("tests/planted.py", "pass\n")[0])
 
+    def test_labels_that_show_a_value_are_read_out_with_it(self):
+        form = ('<ui><widget class="QWidget" name="window"><layout><item><widget class="{}" name="{}">'
+                '<property name="{}"><string>Name</string></property></widget></item></layout></widget></ui>')
+        path = "src/Linux/Desktop/Planted.ui"
+        self.assertIn("hides its value", self.plant(path, form.format("QLabel", "tf_name", "accessibleName"))[0])
+        for allowed in (("QLabel", "tf_name", "accessibleDescription"), ("QLabel", "lb_name", "accessibleName"),
+                        ("QLineEdit", "tf_name", "accessibleName")):
+            self.assertEqual(self.plant(path, form.format(*allowed)), [])
+        self.assertEqual(len(self.plant(path, "<ui>")), 1)
+
     def test_a_tree_without_sources_is_no_success(self):
         with tempfile.TemporaryDirectory() as empty:
             self.assertNotEqual(breaches(empty), [])
