@@ -4,6 +4,7 @@ folder: no display, no session bus."""
 
 import json
 import os
+import re
 import signal
 import socket
 import stat
@@ -191,6 +192,16 @@ class Roots(VerbTest):
             self.assertEqual(self.current(), [root["root"]])
             again = json.loads(self.ok("root", self.udid, root["root"], "--json"))
             self.assertEqual(again["mountPoint"], answer["mountPoint"])
+
+    def test_the_plain_list_names_every_root_and_marks_the_open_one(self):
+        for wanted in ("Media", "Root"):
+            self.ok("root", self.udid, wanted)
+            roots = json.loads(self.ok("root", self.udid, "--json"))
+            lines = [re.fullmatch(r"([* ])  (.*?)(?:  +(\S.*?))? *", line).groups()
+                     for line in self.ok("root", self.udid).splitlines()]
+            self.assertEqual([(name, identifier or name) for _, name, identifier in lines],
+                             [(each["name"], each["root"]) for each in roots])
+            self.assertEqual([name for mark, name, _ in lines if mark == "*"], [wanted])
 
     def test_roots_that_are_not_offered_are_refused(self):
         self.refused(COULD_NOT, "root", self.udid, "org.example.missing", part="offers no root")
