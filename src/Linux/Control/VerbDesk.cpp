@@ -6,6 +6,7 @@
 #include "Linux/Control/Verbs.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <strings.h>
 #include <utility>
 
@@ -45,6 +46,33 @@ const Item* only(const std::vector<Item>& items, const Test& test, std::size_t* 
     return *count == 1 ? found : nullptr;
 }
 
+/// What is said where a word does not mean one item.
+struct Complaints {
+    std::string none;
+    const char* kind;    ///< what several are, in the plural
+    const char* remedy;  ///< how else one of several is called
+};
+
+/// The item that a word means: the only one with it under the first key under which any has it.
+template <typename Item>
+const Item* named(const std::vector<Item>& items, std::initializer_list<std::string Item::*> keys,
+                  const std::string& word, const Complaints& complaints, std::string* problem) {
+    for (const auto key : keys) {
+        std::size_t count = 0;
+        if (const auto* item = only(
+                items, [&](const Item& each) { return each.*key == word; }, &count)) {
+            return item;
+        }
+        if (count > 1) {
+            *problem = std::to_string(count) + " " + complaints.kind + " are called " + word +
+                       ": " + complaints.remedy;
+            return nullptr;
+        }
+    }
+    *problem = complaints.none;
+    return nullptr;
+}
+
 bool isSameWord(const std::string& a, const std::string& b) {
     return ::strcasecmp(a.c_str(), b.c_str()) == 0;
 }
@@ -53,21 +81,11 @@ bool isSameWord(const std::string& a, const std::string& b) {
 
 const DeviceView* findDevice(const std::vector<DeviceView>& devices, const std::string& word,
                              std::string* problem) {
-    std::size_t count = 0;
-    for (const auto key :
-         {&DeviceView::uniqueDeviceID, &DeviceView::serialNumber, &DeviceView::name}) {
-        if (const auto* device = only(
-                devices, [&](const DeviceView& each) { return each.*key == word; }, &count)) {
-            return device;
-        }
-        if (count > 1) {
-            *problem = std::to_string(count) + " devices are called " + word +
-                       ": give the serial number or the identifier";
-            return nullptr;
-        }
-    }
-    *problem = "no device " + word + " is attached";
-    return nullptr;
+    return named(devices,
+                 {&DeviceView::uniqueDeviceID, &DeviceView::serialNumber, &DeviceView::name}, word,
+                 {"no device " + word + " is attached", "devices",
+                  "give the serial number or the identifier"},
+                 problem);
 }
 
 const RootView* findRoot(const std::vector<RootView>& roots, const std::string& word,
@@ -84,19 +102,10 @@ const RootView* findRoot(const std::vector<RootView>& roots, const std::string& 
             &count)) {
         return root;
     }
-    for (const auto key : {&RootView::identifier, &RootView::name}) {
-        if (const auto* root = only(
-                roots, [&](const RootView& each) { return each.*key == word; }, &count)) {
-            return root;
-        }
-        if (count > 1) {
-            *problem = std::to_string(count) + " applications are called " + word +
-                       ": give the bundle identifier";
-            return nullptr;
-        }
-    }
-    *problem = "the device offers no root " + word;
-    return nullptr;
+    return named(
+        roots, {&RootView::identifier, &RootView::name}, word,
+        {"the device offers no root " + word, "applications", "give the bundle identifier"},
+        problem);
 }
 
 std::string callName(const DeviceView& device) {
