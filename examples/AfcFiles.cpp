@@ -101,13 +101,7 @@ int fetch(const AFCDevice& device, const std::string& path, const std::string& f
     return kDone;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    if (isHelpWanted(words, kUsage)) {
-        return kDone;
-    }
+int run(std::vector<std::string>& words) {
     const auto choice = takeDeviceOptions(words);
     if (!choice) {
         return kBadUsage;
@@ -125,4 +119,10 @@ int main(int argc, char** argv) {
         return words.front() == "list" ? list(*device, words.at(1))
                                        : fetch(*device, words.at(1), words.at(2));
     });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return withWords(argc, argv, kUsage, run);
 }

@@ -60,12 +60,14 @@ private:
 
 }  // namespace
 
-bool isHelpWanted(const std::vector<std::string>& words, const char* usage) {
-    const bool isWanted = std::find(words.begin(), words.end(), "--help") != words.end();
-    if (isWanted) {
+int withWords(int argc, char** argv, const char* usage,
+              const std::function<int(std::vector<std::string>& words)>& work) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (std::find(words.begin(), words.end(), "--help") != words.end()) {
         std::cout << usage;
+        return kDone;
     }
-    return isWanted;
+    return work(words);
 }
 
 int complain(const std::string& what, int status) {

@@ -27,8 +27,10 @@ struct DeviceChoice {
 int withDevice(const DeviceChoice& choice,
                const std::function<int(const std::shared_ptr<AFCDevice>&)>& work);
 
-/// Prints the usage where the words ask for it.
-bool isHelpWanted(const std::vector<std::string>& words, const char* usage);
+/// How every program begins: works on the words of its command line, or prints the usage where they
+/// ask for it. Answers the exit status.
+int withWords(int argc, char** argv, const char* usage,
+              const std::function<int(std::vector<std::string>& words)>& work);
 
 /// One line on standard error, fit for a terminal.
 int complain(const std::string& what, int status = kFailed);

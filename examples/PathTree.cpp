@@ -135,13 +135,7 @@ int print(PodPath& top, unsigned deepest) {
     return kDone;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    if (isHelpWanted(words, kUsage)) {
-        return kDone;
-    }
+int run(std::vector<std::string>& words) {
     std::optional<std::string> depth;
     if (!takeOption(words, "--depth", depth)) {
         return kBadUsage;
@@ -170,4 +164,10 @@ int main(int argc, char** argv) {
             std::make_shared<DeviceItem>(device->deviceInterface(), path, lastPathComponent(path));
         return print(*PodPath::initAsIPhoneRoot(platform, item), deepest);
     });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return withWords(argc, argv, kUsage, run);
 }
