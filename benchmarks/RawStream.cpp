@@ -131,11 +131,23 @@ std::uint64_t writeAll(Stream& stream, const std::string& path, std::uint64_t si
     return size;
 }
 
+/// One small question after the other: the round trips of the link.
+std::uint64_t askOften(Stream& stream, std::uint64_t count) {
+    std::array<std::byte, 4096> answer{};
+    for (std::uint64_t i = 0; i < count; ++i) {
+        stream.send(AfcOperation::FileInfo, AfcParameters{}.path("/"));
+        stream.receive(answer, AfcOperation::Data);
+    }
+    return count;
+}
+
 int run(std::span<char*> words) {
     const std::string_view usage =
-        "usage: quillbox-raw-stream DEVICE read PATH | DEVICE write PATH BYTES\n";
+        "usage: quillbox-raw-stream DEVICE read PATH | DEVICE write PATH BYTES | DEVICE ask "
+        "COUNT\n";
     const std::string_view way = words.size() > 2 ? words[2] : "";
-    if (!(way == "read" && words.size() == 4) && !(way == "write" && words.size() == 5)) {
+    const bool takesOne = (way == "read" || way == "ask") && words.size() == 4;
+    if (!takesOne && !(way == "write" && words.size() == 5)) {
         std::fprintf(stderr, "%s", usage.data());
         return 2;
     }
@@ -150,11 +162,12 @@ int run(std::span<char*> words) {
     }
     Stream stream{connection->stream()};
     const auto begin = std::chrono::steady_clock::now();
-    const std::uint64_t bytes =
-        way == "read" ? readAll(stream, words[3])
-                      : writeAll(stream, words[3], std::strtoull(words[4], nullptr, 10));
+    const std::uint64_t done =
+        way == "read"  ? readAll(stream, words[3])
+        : way == "ask" ? askOften(stream, std::strtoull(words[3], nullptr, 10))
+                       : writeAll(stream, words[3], std::strtoull(words[4], nullptr, 10));
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-    std::printf("%llu %.6f\n", static_cast<unsigned long long>(bytes), took.count());
+    std::printf("%llu %.6f\n", static_cast<unsigned long long>(done), took.count());
     return 0;
 }
 
