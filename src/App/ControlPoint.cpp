@@ -5,8 +5,9 @@
 
 namespace quillbox::app {
 
-std::unique_ptr<ControlPoint> ControlPoint::open(const std::string& socketPath, RunLoop& loop,
-                                                 std::function<void()> quit, std::string* error) {
+std::unique_ptr<ControlPoint> ControlPoint::open(const std::string& socketPath,
+                                                 host::MainLoop& loop, std::function<void()> quit,
+                                                 std::string* error) {
     auto point = std::make_unique<ControlPoint>();
     auto handler = [&loop, quit = std::move(quit), weak = std::weak_ptr(point->desk_)](
                        const control::Request& request, const control::VerbServer::Reply& reply) {
@@ -15,14 +16,19 @@ std::unique_ptr<ControlPoint> ControlPoint::open(const std::string& socketPath, 
             quit();
             return;
         }
-        loop.post([weak, request, reply] {
+        auto task = [weak, request, reply] {
             const auto desk = weak.lock();
             if (desk && *desk) {
                 (*desk)->perform(request, reply);
             } else {
                 reply({control::kCouldNot, {}, "Quillbox is about to end"});
             }
-        });
+        };
+        if (control::VerbDesk::onlyLooks(request)) {
+            loop.postLook(std::move(task));
+        } else {
+            loop.post(std::move(task));
+        }
     };
     point->server_ = control::VerbServer::start(socketPath, std::move(handler), {}, error);
     return point->server_ ? std::move(point) : nullptr;

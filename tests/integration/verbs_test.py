@@ -245,12 +245,16 @@ class Devices(VerbTest):
         self.quillbox.wait_mounted("Blue Phone (Media)", 15)
         self.assertEqual(self.list()[0]["state"], "trusted")
 
-    def test_quit_does_not_wait_for_a_device_that_stalls(self):
+    def test_list_and_quit_do_not_wait_for_a_device_that_stalls(self):
         self.start()
         self.simulator.ctl("stall", self.simulator.udids[0])
         info = subprocess.Popen([program("quillbox"), "info", self.simulator.udids[0]],
                                 env=self.quillbox.environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.quillbox.wait_log("Waiting: ")
+        (device,) = self.list()
+        self.assertEqual((device["mountPoint"], device["state"]), (self.volume, "trusted"))
+        self.assertEqual(self.quillbox.verb("doctor", "--volumes", self.quillbox.volumes).returncode, 0)
+        self.assertIsNone(info.poll(), "it still waits")
         self.ok("quit")
         self.assertFalse(is_mounted(self.volume))
         info.wait(20 * PATIENCE)

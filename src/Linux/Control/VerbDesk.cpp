@@ -14,6 +14,8 @@ namespace quillbox::control {
 
 namespace {
 
+constexpr const char* kList = "list";
+
 Answer couldNot(std::string why) {
     return {kCouldNot, {}, std::move(why)};
 }
@@ -121,7 +123,7 @@ void VerbDesk::perform(const Request& request, const Reply& reply) {
         reply(raise(request.arguments));
         return;
     }
-    if (request.verb == "list") {
+    if (request.verb == kList) {
         const auto devices = program_.devices();
         reply(done(request.json ? devicesAsJson(devices) : devicesAsText(devices)));
         return;
@@ -164,6 +166,10 @@ void VerbDesk::perform(const Request& request, const Reply& reply) {
         program_.reveal(device->uniqueDeviceID);
         reply(deviceAnswer(device->uniqueDeviceID, request.json));
     }
+}
+
+bool VerbDesk::onlyLooks(const Request& request) {
+    return request.verb == kList || request.verb == kStates;
 }
 
 void VerbDesk::mount(const DeviceView& device, bool json, const Reply& reply) {

@@ -23,6 +23,9 @@ public:
     /// main thread's to wait for.
     void perform(const Request& request, const Reply& reply);
 
+    /// Whether a verb changes nothing, asks no device and is replied to at once. Any thread.
+    static bool onlyLooks(const Request& request);
+
 private:
     void mount(const DeviceView& device, bool json, const Reply& reply);
     void unmount(const DeviceView& device, bool json, const Reply& reply);

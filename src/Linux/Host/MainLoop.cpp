@@ -53,6 +53,14 @@ bool MainLoop::isMainThread() const {
 }
 
 void MainLoop::post(std::function<void()> task) {
+    put({std::move(task), false});
+}
+
+void MainLoop::postLook(std::function<void()> task) {
+    put({std::move(task), true});
+}
+
+void MainLoop::put(Task task) {
     {
         const std::lock_guard guard(mutex_);
         tasks_.push_back(std::move(task));
@@ -131,7 +139,7 @@ bool MainLoop::serveWait(const Completion& completion, const Wait& wait, const s
                 waitObserver_(what, true);
             }
         }
-        if (runDueTimer()) {
+        if (runDueTimer() || runNextTask(true)) {
             readSignals();
             continue;
         }
@@ -178,17 +186,20 @@ void MainLoop::readSignals() {
     }
 }
 
-bool MainLoop::runNextTask() {
-    std::function<void()> task;
+bool MainLoop::runNextTask(bool isLooksOnly) {
+    Task task;
     {
         const std::lock_guard guard(mutex_);
-        if (tasks_.empty()) {
+        const auto next = std::find_if(tasks_.begin(), tasks_.end(), [&](const Task& each) {
+            return each.isLook || !isLooksOnly;
+        });
+        if (next == tasks_.end()) {
             return false;
         }
-        task = std::move(tasks_.front());
-        tasks_.pop_front();
+        task = std::move(*next);
+        tasks_.erase(next);
     }
-    task();
+    task.run();
     return true;
 }
 

@@ -42,6 +42,9 @@ public:
 
     bool isMainThread() const override;
     void post(std::function<void()> task) override;
+    /// Runs a task on the main thread, in its turn, but within a long wait at once: for tasks that
+    /// look at the program, change nothing and wait for nobody. Any thread.
+    void postLook(std::function<void()> task);
     bool wait(const std::shared_ptr<Completion>& completion, const void* subject,
               const std::string& what) override;
     void endWaits(const void* subject) override;
@@ -86,10 +89,16 @@ private:
         std::function<void()> action;
     };
 
+    struct Task {
+        std::function<void()> run;
+        bool isLook = false;
+    };
+
+    void put(Task task);
     void sleepUntil(Clock::time_point deadline);
     void readSignals();
     bool runDueTimer();
-    bool runNextTask();
+    bool runNextTask(bool isLooksOnly = false);
     Clock::time_point nextTimer() const;
     bool mustEnd(const Wait& wait) const;
     bool serveWait(const Completion& completion, const Wait& wait, const std::string& what);
@@ -99,7 +108,7 @@ private:
     FileDescriptor signalReader_, signalWriter_;
 
     mutable std::mutex mutex_;  ///< guards the four below
-    std::deque<std::function<void()>> tasks_;
+    std::deque<Task> tasks_;
     std::vector<Wait*> waits_;
     bool quitting_ = false;
     Clock::time_point waitsAllowedUntil_;

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <csignal>
+#include <string>
 #include <thread>
 
 namespace quillbox::host {
@@ -114,6 +115,27 @@ TEST_F(MainLoopTest, AWaitServesTimersAndNoPostedTask) {
     loop_.post([&] { loop_.quit(); });
     loop_.run();
     EXPECT_TRUE(taskRan);
+}
+
+TEST_F(MainLoopTest, AWaitServesLooksAtOnceAndElseTheyHaveTheirTurn) {
+    std::string order;
+    auto completion = std::make_shared<Completion>();
+    loop_.post([&] { order += 'a'; });
+    std::thread other([&] {
+        std::this_thread::sleep_for(10ms);
+        loop_.postLook([&] {
+            EXPECT_TRUE(loop_.isMainThread());
+            order += 'b';
+            loop_.finish(completion);
+        });
+    });
+    EXPECT_TRUE(loop_.wait(completion, &device_, "a test"));
+    other.join();
+    EXPECT_EQ(order, "b");
+    loop_.postLook([&] { order += 'c'; });
+    loop_.post([&] { loop_.quit(); });
+    loop_.run();
+    EXPECT_EQ(order, "bac");
 }
 
 TEST_F(MainLoopTest, TheEndOfASubjectEndsItsWaitsAndNoOther) {
