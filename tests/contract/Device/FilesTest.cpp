@@ -262,6 +262,34 @@ TEST_P(FilesTest, StallBreaksTheConnectionAndQueuedRequestsFailAtOnce) {
     EXPECT_TRUE(departures.empty());
 }
 
+TEST_P(FilesTest, AStallInTheMiddleOfAListingIsNotItsEnd) {
+    startFiles();
+    constexpr std::size_t kCount = 5000;
+    const auto folder = simulator->media() / "many";
+    std::filesystem::create_directory(folder);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        std::ofstream{folder / ("a name that takes its time " + std::to_string(i))};
+    }
+    simulator->control({"bandwidth", "200000"});
+    std::thread staller{[&] {
+        // The names need most of a second.
+        std::this_thread::sleep_for(300ms);
+        simulator->control({"stall", udidOf(1)});
+    }};
+    aside([&] {
+        std::vector<std::string> names;
+        EXPECT_NE(list(connection, "/many", names), kAFCSuccess);
+    });
+    staller.join();
+    EXPECT_TRUE(log.has("no progress"));
+    simulator->control({"resume", udidOf(1)});
+    simulator->control({"bandwidth", "0"});
+    EXPECT_TRUE(loop.runUntil([&] {
+        std::vector<std::string> names;
+        return list(connection, "/many", names) == kAFCSuccess && names.size() >= kCount;
+    }));
+}
+
 TEST_P(FilesTest, DepartureEndsAStalledCallAtOnce) {
     DeviceOptions options = quick();
     options.noProgress = 30s;
