@@ -17,7 +17,8 @@ import unittest
 import dbus
 import dbus.bus
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "integration"))
+# Behind this folder: some tests there have the same name as one here.
+sys.path.append(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "integration"))
 from harness import PATIENCE, DeviceTest, Quillbox, is_mounted, program, run, wait_for  # noqa: E402,F401
 
 ID = "org.quillbox.Quillbox"
