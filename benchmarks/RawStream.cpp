@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The limit that a volume is measured against: the same bytes as one pipelined stream of the file
 // service over the same link, with nothing between the socket and a buffer.
-#include "Linux/Device/Device.h"
+#include "Linux/Device/Lockdown/Device.h"
 #include "Wire/AfcPacket.h"
 #include "Wire/AfcParameters.h"
 

@@ -3,7 +3,7 @@
 
 #include "Linux/Desktop/Desktop.h"
 #include "Linux/Device/DeviceLibrary.h"
-#include "Linux/Device/TrustState.h"
+#include "Linux/Device/Lockdown/TrustState.h"
 #include "Linux/Host/MainLoop.h"
 
 #include <memory>

@@ -6,7 +6,7 @@
 #include "App/LibraryVersions.h"
 #include "Linux/Control/Doctor.h"
 #include "Linux/Control/VerbClient.h"
-#include "Linux/Device/MultiplexerProbe.h"
+#include "Linux/Device/Multiplexer/MultiplexerProbe.h"
 #include "Linux/Host/LocalFiles.h"
 #include "Linux/Host/UserFolders.h"
 #include "Linux/Volume/MountOptions.h"

@@ -2,7 +2,7 @@
 #include "App/Wiring.h"
 
 #include "App/SessionVolumeBacking.h"
-#include "Linux/Device/PropertyLists.h"
+#include "Linux/Device/Streams/PropertyLists.h"
 
 #include <memory>
 #include <span>

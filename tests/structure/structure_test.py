@@ -59,6 +59,10 @@ class TheCheck(unittest.TestCase):
                 ("src/Linux/Volume/Planted.cpp", "Wire/AfcPacket.h"),
                 ("src/Linux/Host/Planted.cpp", "Wire/AfcPacket.h"),
                 ("src/Linux/Device/Planted.cpp", "Linux/Host/MainLoop.h"),
+                ("src/Linux/Device/Streams/Planted.cpp", "Linux/Device/Lockdown/Device.h"),
+                ("src/Linux/Device/Lockdown/Planted.cpp", "Linux/Device/Files/AfcClient.h"),
+                ("src/Linux/Device/Files/Planted.cpp", "Linux/Device/DeviceHub.h"),
+                ("src/Linux/Device/Files/Planted.cpp", "Linux/Device/Multiplexer/DeviceRoster.h"),
                 ("src/App/Planted.cpp", "Wire/AfcPacket.h"),
                 ("simulator/Planted.cpp", "Core/Platform/AFC.h")):
             with self.subTest(path=path, target=target):

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Core/Platform/MobileDevice.h"
-#include "Linux/Device/TrustState.h"
+#include "Linux/Device/Lockdown/TrustState.h"
 
 #include <string>
 

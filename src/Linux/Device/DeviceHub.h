@@ -2,13 +2,13 @@
 #pragma once
 
 #include "Linux/Device/AttachedDevice.h"
-#include "Linux/Device/Device.h"
-#include "Linux/Device/DeviceRoster.h"
-#include "Linux/Device/Handles.h"
-#include "Linux/Device/Options.h"
-#include "Linux/Device/PlatformLink.h"
-#include "Linux/Device/TrustState.h"
-#include "Linux/Device/Workers.h"
+#include "Linux/Device/Files/Handles.h"
+#include "Linux/Device/Lockdown/Device.h"
+#include "Linux/Device/Lockdown/Options.h"
+#include "Linux/Device/Lockdown/PlatformLink.h"
+#include "Linux/Device/Lockdown/TrustState.h"
+#include "Linux/Device/Lockdown/Workers.h"
+#include "Linux/Device/Multiplexer/DeviceRoster.h"
 
 #include "Core/Platform/MobileDevice.h"
 

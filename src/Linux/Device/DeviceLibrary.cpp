@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/DeviceLibrary.h"
 
-#include "Linux/Device/AfcAdapter.h"
 #include "Linux/Device/DeviceHub.h"
+#include "Linux/Device/Files/AfcAdapter.h"
 #include "Linux/Device/MobileDeviceAdapter.h"
-#include "Linux/Device/MultiplexerListener.h"
+#include "Linux/Device/Multiplexer/MultiplexerListener.h"
 
 #include <utility>
 

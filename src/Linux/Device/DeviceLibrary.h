@@ -6,8 +6,8 @@
 #include "Core/Platform/MobileDevice.h"
 #include "Core/Platform/RunLoop.h"
 #include "Linux/Device/AttachedDevice.h"
-#include "Linux/Device/Options.h"
-#include "Linux/Device/TrustState.h"
+#include "Linux/Device/Lockdown/Options.h"
+#include "Linux/Device/Lockdown/TrustState.h"
 
 #include <functional>
 #include <memory>

@@ -4,7 +4,7 @@
 // computer, can it be asked to.
 
 #include "Linux/Device/DeviceHub.h"
-#include "Linux/Device/Pairing.h"
+#include "Linux/Device/Lockdown/Pairing.h"
 
 #include <algorithm>
 #include <utility>

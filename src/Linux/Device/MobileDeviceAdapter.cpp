@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/MobileDeviceAdapter.h"
 
-#include "Linux/Device/InstallationProxy.h"
-#include "Linux/Device/MainThreadCall.h"
-#include "Linux/Device/PairingRecord.h"
+#include "Linux/Device/Lockdown/InstallationProxy.h"
+#include "Linux/Device/Lockdown/MainThreadCall.h"
+#include "Linux/Device/Lockdown/PairingRecord.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 // What is asked ahead, read ahead and answered early, as the device counts it.
 #include "DeviceTesting.h"
 
-#include "Linux/Device/DirectoryWalks.h"
+#include "Linux/Device/Files/DirectoryWalks.h"
 
 #include <fstream>
 

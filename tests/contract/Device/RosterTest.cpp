@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Linux/Device/DeviceRoster.h"
-#include "Linux/Device/PropertyLists.h"
+#include "Linux/Device/Multiplexer/DeviceRoster.h"
+#include "Linux/Device/Streams/PropertyLists.h"
 
 #include <gtest/gtest.h>
 

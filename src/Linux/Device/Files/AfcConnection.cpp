@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Device/Files/AfcConnection.h"
+
+#include "Linux/Device/Lockdown/HomeScreen.h"
+
+#include <utility>
+
+namespace quillbox::device {
+
+AfcConnection::AfcConnection(std::shared_ptr<Device> device, FileService service, OnLost onLost)
+    : device_{std::move(device)}, onLost_{std::move(onLost)}, service_{std::move(service)} {}
+
+bool AfcConnection::isDocumentsOnly() {
+    const std::lock_guard lock{mutex_};
+    return documentsOnly_;
+}
+
+Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noProgress) {
+    opening_ = true;
+    FileService service = service_;
+    lock.unlock();
+    std::unique_ptr<ServiceConnection> connection;
+    Failure failure = openFileService(*device_, service, noProgress, connection);
+    std::shared_ptr<AfcClient> client;
+    if (!failure) {
+        connection->stream().setNoProgress(device_->options().noProgress);
+        client = std::make_shared<AfcClient>(
+            std::move(connection), [weak = weak_from_this()](const std::string& reason) {
+                if (const auto self = weak.lock(); self && !self->isClosed()) {
+                    if (self->device_->isAttached()) {
+                        self->device_->platform().warning(
+                            self->device_->label() + ": the connection to " +
+                            self->service_.describe() + " broke: " + reason + ".");
+                    }
+                    self->onLost_(self);
+                }
+            });
+    }
+    lock.lock();
+    opening_ = false;
+    failing_ = static_cast<bool>(failure);
+    nextTry_ = Clock::now() + device_->options().reopenPause;
+    if (client) {
+        service_.documentsOnly = service.documentsOnly;
+        documentsOnly_ = service.documentsOnly;
+        client_ = std::move(client);
+        window_ = std::make_shared<InformationWindow>();
+        ++generation_;
+        if (closed_) {
+            client_->breakNow();
+        }
+    }
+    opened_.notify_all();
+    return failure;
+}
+
+Failure AfcConnection::open() {
+    Lock lock{mutex_};
+    return connectLocked(lock, device_->options().noProgress);
+}
+
+Failure AfcConnection::reopen(Lock& lock) {
+    if (opening_) {
+        if (failing_) {
+            return {FailureKind::NotReachable, "the connection is being opened again"};
+        }
+        opened_.wait(lock, [this] { return !opening_; });
+        return isUsable() ? Failure{} : Failure{FailureKind::NotReachable, "it cannot be opened"};
+    }
+    if (failing_ && Clock::now() < nextTry_) {
+        return {FailureKind::NotReachable, "it could not be opened a moment ago"};
+    }
+    if (client_) {
+        client_->breakNow();
+    }
+    Failure failure = connectLocked(lock, device_->options().reopenNoProgress);
+    if (closed_) {
+        return {FailureKind::NotAttached, "the connection was closed"};
+    }
+    if (!failure) {
+        device_->noteReached();
+        device_->platform().info(device_->label() + ": the connection to " + service_.describe() +
+                                 " is open again.");
+    }
+    return failure;
+}
+
+AFCError AfcConnection::use(Use& use) {
+    Lock lock{mutex_};
+    if (closed_ || !device_->isAttached()) {
+        return kAFCConnectionLost;
+    }
+    if (!isUsable()) {
+        if (reopen(lock)) {
+            lock.unlock();
+            if (device_->isAttached()) {
+                onLost_(shared_from_this());
+            }
+            return kAFCConnectionLost;
+        }
+        if (closed_) {
+            return kAFCConnectionLost;
+        }
+    }
+    use = {client_, window_, generation_};
+    return kAFCSuccess;
+}
+
+std::shared_ptr<AfcClient> AfcConnection::sameClient(std::uint64_t generation) {
+    {
+        const std::lock_guard lock{mutex_};
+        if (generation != generation_ || closed_ || !client_ || client_->isBroken()) {
+            return nullptr;
+        }
+        if (client_->isAlive()) {
+            return client_;
+        }
+        client_->breakNow();
+    }
+    if (device_->isAttached()) {
+        onLost_(shared_from_this());
+    }
+    return nullptr;
+}
+
+std::shared_ptr<InformationWindow> AfcConnection::window(std::uint64_t generation) {
+    const std::lock_guard lock{mutex_};
+    return generation == generation_ ? window_ : nullptr;
+}
+
+Failure AfcConnection::recover() {
+    Lock lock{mutex_};
+    if (closed_ || !device_->isAttached()) {
+        return {FailureKind::NotAttached, "the connection was closed"};
+    }
+    return isUsable() ? Failure{} : reopen(lock);
+}
+
+void AfcConnection::close() {
+    const std::lock_guard lock{mutex_};
+    closed_ = true;
+    if (client_) {
+        client_->breakNow();
+    }
+    opened_.notify_all();
+}
+
+bool AfcConnection::isClosed() {
+    const std::lock_guard lock{mutex_};
+    return closed_;
+}
+
+std::shared_ptr<const wire::Bytes> AfcConnection::picture() {
+    const std::lock_guard lock{pictureMutex_};
+    if (!picture_) {
+        auto bytes = std::make_shared<wire::Bytes>();
+        const Failure failure = readHomeScreenPicture(*device_, service_.bundleIdentifier, *bytes);
+        if (isLost(failure.kind)) {
+            return nullptr;  // asked again next time
+        }
+        picture_ = failure || bytes->empty() ? nullptr : std::move(bytes);
+    }
+    return *picture_;
+}
+
+}  // namespace quillbox::device

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Device/Files/ReadAhead.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace quillbox::device {
+
+namespace {
+
+// The kernel's own reading ahead may turn two requests round: what was just passed is kept.
+constexpr std::uint64_t kSlack = ReadAhead::kChunk;
+constexpr std::chrono::milliseconds kPause{250};
+
+}  // namespace
+
+AFCError DevicePosition::moveTo(AfcClient& client, std::uint64_t wanted,
+                                const std::shared_ptr<AfcOutstanding>& outstanding) {
+    if (fixed && place == wanted) {
+        return kAFCSuccess;
+    }
+    place = wanted;
+    return client.putBehind(wire::AfcOperation::FileSeek,
+                            words(handle, static_cast<std::uint64_t>(wire::AfcWhence::Set), wanted),
+                            outstanding);
+}
+
+bool ReadAhead::isFresh(const Chunk& chunk) const {
+    const auto now = Clock::now();
+    if (now - chunk.asked <= kFresh) {
+        return true;
+    }
+    // On a slow link the data that a busy reader waits for is just coming in.
+    return !chunk.done.load(std::memory_order_acquire) && now - lastRead_ <= kPause;
+}
+
+ReadAhead::Chunk* ReadAhead::find(std::uint64_t offset) const {
+    for (const auto& chunk : chunks_) {
+        if (offset >= chunk->from && offset < chunk->end()) {
+            return chunk.get();
+        }
+    }
+    return nullptr;
+}
+
+bool ReadAhead::wants(std::uint64_t offset) {
+    if (const Chunk* chunk = find(offset)) {
+        if (isFresh(*chunk)) {
+            return true;
+        }
+        drop();
+        target_ = std::max<std::size_t>(2, target_ / 2);
+        inOrder_ = true;
+        return true;
+    }
+    const bool goesOn = expected_ == offset;
+    if (!goesOn || sawEnd_) {
+        drop();
+    }
+    if (!goesOn) {
+        target_ = 2;
+    }
+    inOrder_ = goesOn;
+    return goesOn;
+}
+
+void ReadAhead::wasRead(std::uint64_t offset, std::size_t moved) {
+    // Requests that were turned round do not turn the reader round.
+    if (!expected_ || offset + moved > *expected_ || !inOrder_) {
+        expected_ = offset + moved;
+    }
+    lastRead_ = Clock::now();
+}
+
+void ReadAhead::drop() {
+    if (!chunks_.empty()) {
+        // Answers that are still on their way find their place: they own it by then.
+        chunks_.clear();
+        seeks_ = std::make_shared<AfcOutstanding>();
+    }
+    sawEnd_ = false;
+}
+
+std::shared_ptr<ReadAhead::Chunk> ReadAhead::blank() {
+    if (spare_ && spare_.use_count() == 1) {
+        return std::move(spare_);
+    }
+    auto chunk = std::make_shared<Chunk>();
+    chunk->buffer.resize(kChunk);
+    chunk->into = chunk->buffer;
+    chunk->expected = wire::AfcOperation::Data;
+    return chunk;
+}
+
+void ReadAhead::letGoOf(std::uint64_t before) {
+    while (chunks_.size() > 1 && chunks_.front()->end() + kSlack <= before) {
+        spare_ = std::move(chunks_.front());
+        chunks_.pop_front();
+    }
+}
+
+AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint64_t offset) {
+    const std::uint64_t wanted = offset + target_ * kChunk;
+    while (!sawEnd_ && chunks_.size() < kMostChunks + 2 &&
+           (chunks_.empty() || chunks_.back()->end() < wanted)) {
+        const std::uint64_t from = chunks_.empty() ? offset : chunks_.back()->end();
+        if (const AFCError error = device.moveTo(client, from, seeks_); error != kAFCSuccess) {
+            return error;
+        }
+        auto chunk = blank();
+        chunk->from = from;
+        chunk->asked = Clock::now();
+        chunk->moved = 0;
+        chunk->error = kAFCConnectionLost;
+        chunk->done = false;
+        client.askAhead(wire::AfcOperation::FileRead, words(device.handle, std::uint64_t{kChunk}),
+                        chunk);
+        device.place = from + kChunk;
+        chunks_.push_back(std::move(chunk));
+    }
+    client.sendAhead();
+    return kAFCSuccess;
+}
+
+AFCError ReadAhead::waitFor(AfcClient& client, DevicePosition& device, Chunk& chunk) {
+    if (!chunk.done.load(std::memory_order_acquire)) {
+        // The reader is faster than the link: more in flight keeps that busy.
+        target_ = std::min(kMostChunks, target_ * 2);
+        const auto it = std::find_if(chunks_.begin(), chunks_.end(),
+                                     [&](const auto& each) { return each.get() == &chunk; });
+        client.collect(*it);
+    }
+    // A seek that failed was answered before what it was for.
+    AFCError error = client.settle(seeks_, SIZE_MAX);
+    if (error == kAFCSuccess) {
+        error = chunk.error;
+    }
+    if (error == kAFCEndOfData) {
+        chunk.moved = 0;
+        error = chunk.error = kAFCSuccess;
+    }
+    if (error == kAFCSuccess && chunk.moved < chunk.buffer.size()) {
+        sawEnd_ = true;
+        device.place.reset();
+    }
+    return error;
+}
+
+AFCError ReadAhead::read(AfcClient& client, DevicePosition& device, std::uint64_t offset,
+                         std::span<std::byte> into, std::size_t& moved) {
+    moved = 0;
+    letGoOf(offset);
+    AFCError error = extend(client, device, offset);
+    while (error == kAFCSuccess && moved < into.size()) {
+        const std::uint64_t at = offset + moved;
+        Chunk* chunk = find(at);
+        if (chunk == nullptr) {
+            if (sawEnd_) {
+                break;
+            }
+            letGoOf(at);
+            error = extend(client, device, at);
+            continue;
+        }
+        error = waitFor(client, device, *chunk);
+        if (error != kAFCSuccess) {
+            break;
+        }
+        const std::uint64_t inside = at - chunk->from;
+        if (inside >= chunk->moved) {
+            break;  // the end of the file
+        }
+        const std::size_t count = std::min<std::size_t>(into.size() - moved, chunk->moved - inside);
+        std::memcpy(into.data() + moved, chunk->buffer.data() + inside, count);
+        moved += count;
+    }
+    if (error != kAFCSuccess) {
+        drop();
+        device.place.reset();
+        expected_.reset();
+    }
+    return error;
+}
+
+}  // namespace quillbox::device

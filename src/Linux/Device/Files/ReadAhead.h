@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Linux/Device/Files/AfcClient.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace quillbox::device {
+
+/// Where the device reads and writes next in an open file, and how it is moved there.
+struct DevicePosition {
+    std::uint64_t handle = 0;            ///< the device's number of the file
+    std::optional<std::uint64_t> place;  ///< nothing where that is not known
+    bool fixed = true;                   ///< false where every write goes to the end
+
+    /// Puts a seek down, to be sent with the transfer that follows, unless the device is there
+    /// already.
+    AFCError moveTo(AfcClient& client, std::uint64_t wanted,
+                    const std::shared_ptr<AfcOutstanding>& outstanding);
+};
+
+/// Reads a file that is read in order ahead of its reader: a bounded window of requests in flight.
+/// What was read is given out while it is fresh, and dropped by whoever changes the file. One
+/// thread at a time.
+class ReadAhead {
+public:
+    /// Bytes of one request, and most requests whose data is held or on its way.
+    static constexpr std::size_t kChunk = 256U << 10U;
+    static constexpr std::size_t kMostChunks = 12;
+    /// Data that was asked for longer ago is asked for again.
+    static constexpr std::chrono::milliseconds kFresh{500};
+
+    /// Whether a read at `offset` is one that this serves: it goes on where others have been, for
+    /// the second time at least. Otherwise the window is dropped.
+    bool wants(std::uint64_t offset);
+    /// Reads what `wants` was asked for. `moved` is short only at the end of the file.
+    AFCError read(AfcClient& client, DevicePosition& device, std::uint64_t offset,
+                  std::span<std::byte> into, std::size_t& moved);
+    /// Notes a read that was served otherwise, or by this.
+    void wasRead(std::uint64_t offset, std::size_t moved);
+    void drop();
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Chunk : AfcAnswer {
+        std::uint64_t from = 0;
+        Clock::time_point asked;
+        wire::Bytes buffer;
+
+        std::uint64_t end() const { return from + buffer.size(); }
+    };
+
+    bool isFresh(const Chunk& chunk) const;
+    Chunk* find(std::uint64_t offset) const;
+    std::shared_ptr<Chunk> blank();
+    void letGoOf(std::uint64_t before);
+    AFCError extend(AfcClient& client, DevicePosition& device, std::uint64_t offset);
+    AFCError waitFor(AfcClient& client, DevicePosition& device, Chunk& chunk);
+
+    std::deque<std::shared_ptr<Chunk>> chunks_;  ///< in order, without a gap
+    std::shared_ptr<Chunk> spare_;
+    std::shared_ptr<AfcOutstanding> seeks_ = std::make_shared<AfcOutstanding>();
+    std::optional<std::uint64_t> expected_;  ///< where a reader in order reads next
+    bool inOrder_ = false;
+    bool sawEnd_ = false;
+    std::size_t target_ = 2;  ///< chunks ahead of the reader
+    Clock::time_point lastRead_{};
+};
+
+}  // namespace quillbox::device
