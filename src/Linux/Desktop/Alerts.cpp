@@ -5,6 +5,7 @@
 #include "Linux/Desktop/Icons.h"
 #include "Linux/Desktop/Owned.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 
@@ -17,6 +18,7 @@ namespace quillbox::desktop {
 namespace {
 
 constexpr int kColumns = 46;
+constexpr QSize kIconSize(48, 48);
 
 }  // namespace
 
@@ -43,6 +45,10 @@ void Alerts::showNext() {
     box_ = makeOwned<QMessageBox>(parent);
     box_->setObjectName(QStringLiteral("Alert"));
     box_->setIcon(QMessageBox::Warning);
+    if (!QIcon::hasThemeIcon(QStringLiteral("dialog-warning"))) {
+        // The library's own sign is coarse on dense screens.
+        box_->setIconPixmap(QApplication::windowIcon().pixmap(kIconSize, box_->devicePixelRatio()));
+    }
     box_->setWindowTitle(QStringLiteral("Quillbox"));
     box_->setTextFormat(Qt::PlainText);  // a device's name may be in it
     box_->setText(shown(next.alert.messageText));
