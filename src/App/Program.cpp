@@ -11,6 +11,7 @@
 #include "App/Surface.h"
 #include "App/VolumeJournal.h"
 #include "App/VolumeNotices.h"
+#include "App/VolumePlaces.h"
 #include "App/Wiring.h"
 #include "Core/Platform/LogLine.h"
 #include "Core/Shell/PodController.h"
@@ -204,6 +205,7 @@ private:
         CommonData::setPlatform(wiring.platform());
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
+            const VolumePlaces places(loop, wiring.platform().notifications, log_, mounted_);
             std::optional<VolumeNotices> volumeNotices;
             if (desktop != nullptr) {
                 volumeNotices.emplace(*desktop, loop, wiring.platform().notifications,

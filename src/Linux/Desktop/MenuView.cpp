@@ -2,6 +2,9 @@
 #include "Linux/Desktop/MenuView.h"
 
 #include <QAction>
+#include <QScreen>
+
+#include <algorithm>
 
 namespace quillbox::desktop {
 
@@ -10,6 +13,17 @@ namespace {
 /// A title as it stands: an ampersand is no mnemonic.
 QString title(const MenuItem& item) {
     return shownTitle(item).replace(QLatin1Char('&'), QStringLiteral("&&"));
+}
+
+/// An open menu that has grown must not hide its last entries behind the edge of the screen.
+void keepOnScreen(QMenu& menu) {
+    if (!menu.isVisible()) {
+        return;
+    }
+    const QRect screen = menu.screen()->geometry();
+    const QPoint last(screen.right() + 1 - menu.width(), screen.bottom() + 1 - menu.height());
+    menu.move(std::max(screen.left(), std::min(menu.x(), last.x())),
+              std::max(screen.top(), std::min(menu.y(), last.y())));
 }
 
 }  // namespace
@@ -44,6 +58,7 @@ void MenuView::itemInserted(Menu& /*menu*/, MenuItem& item, std::size_t index) {
     const auto standing = view_.actions();
     const auto place = static_cast<qsizetype>(index);
     view_.insertAction(place < standing.size() ? standing[place] : nullptr, entry.action.get());
+    keepOnScreen(view_);
 }
 
 void MenuView::itemRemoved(Menu& /*menu*/, MenuItem& item, std::size_t /*index*/) {
