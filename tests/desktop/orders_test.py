@@ -146,6 +146,9 @@ class Orders(TrayTest):
         self.show_submenu()
         self.plug_only(*self.simulator.udids)
         self.wait_settled()
+        for menu in self.menus():
+            place = self.desktop.geometry(menu)
+            self.assertLessEqual(place["Y"] + place["HEIGHT"], 768, "the last entry can be reached")
         self.plug_only(self.second)
         self.wait_settled()
         wait_for(lambda: len(self.menus()) == 1, 20 * PATIENCE, "the device's menu is gone, the menu itself is not")
