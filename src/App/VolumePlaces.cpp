@@ -7,7 +7,7 @@
 namespace quillbox::app {
 
 VolumePlaces::VolumePlaces(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                           std::shared_ptr<const MountedPaths> mounted)
+                           const std::shared_ptr<const MountedPaths>& mounted)
     : notifications_(notifications), places_(std::make_shared<std::optional<desktop::Places>>()) {
     places_->emplace(log, host::AutostartEntries::kApplicationId);
     (*places_)->show({});  // what a crash has left

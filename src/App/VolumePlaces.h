@@ -17,7 +17,7 @@ namespace quillbox::app {
 class VolumePlaces {
 public:
     VolumePlaces(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                 std::shared_ptr<const MountedPaths> mounted);
+                 const std::shared_ptr<const MountedPaths>& mounted);
     ~VolumePlaces();
     VolumePlaces(const VolumePlaces&) = delete;
     VolumePlaces& operator=(const VolumePlaces&) = delete;

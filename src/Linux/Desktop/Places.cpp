@@ -118,7 +118,7 @@ std::set<QString> mountedAddresses() {
             continue;
         }
         QByteArray path;  // blanks and the like stand there as three octal digits
-        const QByteArray word = words[1];
+        const QByteArray& word = words[1];
         for (qsizetype i = 0; i < word.size(); ++i) {
             constexpr qsizetype kDigits = 3;
             bool isOctal = false;
