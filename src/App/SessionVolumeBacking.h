@@ -28,6 +28,8 @@ public:
 
     void answerWritesEarly(bool early) override { afc_.answerWritesEarly(early); }
 
+    void useMoment() override { afc_.AFCConnectionTakeArrived(connection()); }
+
     AFCError finishWrites(const GMUserData& userData) override;
 
     AFCError setFileSize(const std::string& path, const GMUserData& userData,

@@ -122,6 +122,10 @@ public:
         return kAFCSuccess;
     }
 
+    /// For a caller who has a moment: takes in some of what the device has sent ahead on a
+    /// connection, so that a later call finds it here. Never waits. Any thread.
+    virtual void AFCConnectionTakeArrived(AFCConnectionRef /*connection*/) {}
+
     /// Renames; an existing file at `to` is replaced.
     virtual AFCError AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                                    const std::string& to) = 0;

@@ -36,6 +36,10 @@ public:
     /// reason for the first write that failed and that nobody was told of.
     virtual AFCError finishWrites(const GMUserData& /*userData*/) { return kAFCSuccess; }
 
+    /// A program has its answer, and the calling thread has a moment: what the device has sent
+    /// ahead can be taken in. Never waits. Called beside delegate calls.
+    virtual void useMoment() {}
+
     /// Sets a file's size; through the open file where `userData` is given (the path may be gone by
     /// then), else by path. 0 or the device's reason.
     virtual AFCError setFileSize(const std::string& path, const GMUserData& userData,

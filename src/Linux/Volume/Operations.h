@@ -85,6 +85,8 @@ public:
     /// Reads into `buffer`: fewer bytes than asked only at the end of the file.
     Result<std::size_t> read(Caller& caller, HandleId handle, char* buffer, std::size_t size,
                              std::int64_t offset);
+    /// A read is answered, and the thread has a moment for what the device has sent ahead.
+    void useMoment() noexcept;
     /// Answers before the device has. A failure is the next write's or flush's of that open file.
     Result<std::size_t> write(Caller& caller, HandleId handle, const char* buffer, std::size_t size,
                               std::int64_t offset);

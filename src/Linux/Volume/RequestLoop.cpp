@@ -111,17 +111,22 @@ bool RequestLoop::read(Buffer& buffer) {
     return false;
 }
 
-void RequestLoop::handOver() {
+void RequestLoop::handOver(std::unique_lock<std::mutex>& lock) {
     isRead_ = false;
-    if (idle_ > 0) {
-        wanted_.notify_one();
-    } else if (threads_.size() < kThreadLimit) {
+    const bool hasIdle = idle_ > 0;
+    if (!hasIdle && threads_.size() < kThreadLimit) {
         startThread();
+    }
+    lock.unlock();
+    if (hasIdle) {
+        wanted_.notify_one();  // without the lock, which it would only wait for
     }
 }
 
 void RequestLoop::serve(std::unique_lock<std::mutex>& lock, Buffer& buffer) {
-    lock.unlock();
+    if (lock.owns_lock()) {
+        lock.unlock();
+    }
     ::fuse_session_process_buf(session_, buffer.get());
     lock.lock();
 }
@@ -172,7 +177,7 @@ void RequestLoop::work() {
             isRead_ = false;
             continue;
         }
-        handOver();
+        handOver(lock);
         serve(lock, buffer);
     }
 }

@@ -54,7 +54,7 @@ private:
     bool read(Buffer& buffer);
     bool isWaitedFor();
     void startThread();
-    void handOver();
+    void handOver(std::unique_lock<std::mutex>& lock);
     void joinFinished(std::unique_lock<std::mutex>& lock);
 
     fuse_session* const session_;

@@ -201,6 +201,7 @@ char* readingRoom(std::size_t size) {
 }
 
 void onRead(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse_file_info* file) {
+    Served& served = servedBy(request);  // the request is gone with its answer
     char* bytes = nullptr;
     answer(
         request,
@@ -209,6 +210,7 @@ void onRead(fuse_req_t request, fuse_ino_t, std::size_t size, off_t offset, fuse
             return operations.read(caller, file->fh, bytes, size, offset);
         },
         [=, &bytes](std::size_t count) { return ::fuse_reply_buf(request, bytes, count); });
+    served.operations.useMoment();
 }
 
 void onWrite(fuse_req_t request, fuse_ino_t, const char* bytes, std::size_t size, off_t offset,

@@ -132,6 +132,32 @@ TEST_F(AheadTest, WhatIsReadAheadIsDroppedByAChangeThroughAnotherHandle) {
     });
 }
 
+TEST_F(AheadTest, WhatHasArrivedIsTakenInWhenThereIsAMoment) {
+    begin();
+    constexpr std::size_t kStep = 128U << 10U;
+    makeFile("file", 20 * kStep, 'o');
+    onThread([&] {
+        AFCFileRef file = 0;
+        ASSERT_EQ(afc().AFCFileRefOpen(connection, "/file", 1, &file), kAFCSuccess);
+        for (int i = 0; i < 3; ++i) {
+            read(file, i * static_cast<std::int64_t>(kStep), kStep);
+        }
+        const auto asked = simulator->count("read");
+        EXPECT_GT(asked, 2) << "it reads ahead";
+        for (int i = 0; i < 20; ++i) {
+            afc().AFCConnectionTakeArrived(connection);
+            std::this_thread::sleep_for(5ms);
+        }
+        EXPECT_EQ(simulator->count("read"), asked) << "nothing is asked for";
+        simulator->control({"stall", udidOf(1)});
+        EXPECT_EQ(read(file, 3 * kStep, kStep), std::string(kStep, 'o')) << "it is here";
+        afc().AFCConnectionTakeArrived(connection);
+        afc().AFCConnectionTakeArrived(connection + 1);
+        simulator->control({"resume", udidOf(1)});
+    });
+    EXPECT_FALSE(log.has("broke"));
+}
+
 TEST_F(AheadTest, ASeekThatFailsIsTheTransfersFailure) {
     begin();
     makeFile("file", 1000, 'o');

@@ -287,6 +287,13 @@ AFCError AfcAdapter::AFCFileRefSettle(AFCConnectionRef connection, AFCFileRef fi
     return onFile(connection, file, [](FileHandle& handle) { return settleFile(handle); });
 }
 
+void AfcAdapter::AFCConnectionTakeArrived(AFCConnectionRef connection) {
+    const auto handle = handles_->connections.find(connection);
+    if (const auto client = handle ? handle->connection->clientAtHand() : nullptr) {
+        client->takeArrived();
+    }
+}
+
 AFCError AfcAdapter::AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                                    const std::string& to) {
     return perform(connection, AfcOperation::Rename, AfcParameters{}.path(from).path(to),

@@ -53,6 +53,7 @@ public:
     AFCError AFCFileRefClose(AFCConnectionRef connection, AFCFileRef file) override;
     void answerWritesEarly(bool early) override;
     AFCError AFCFileRefSettle(AFCConnectionRef connection, AFCFileRef file) override;
+    void AFCConnectionTakeArrived(AFCConnectionRef connection) override;
 
     AFCError AFCRenamePath(AFCConnectionRef connection, const std::string& from,
                            const std::string& to) override;

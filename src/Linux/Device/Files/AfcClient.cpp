@@ -228,9 +228,19 @@ AFCError AfcClient::collect(const std::shared_ptr<AfcAnswer>& answer) {
     return answer->error;
 }
 
-void AfcClient::collectArrived() {
-    Lock lock{mutex_};
-    if (broken_ || !takeAnswers()) {
+void AfcClient::takeArrived() {
+    Lock lock{mutex_, std::try_to_lock};
+    if (!lock || broken_ || first_ == end_) {
+        return;
+    }
+    switch (reader_.step(stream_, oldest())) {
+    case AfcAnswerReader::Step::Answered:
+        answered();
+        break;
+    case AfcAnswerReader::Step::NothingThere:
+        break;
+    case AfcAnswerReader::Step::Broken:
+        broke(reader_.reason());
         ended(lock);
     }
 }

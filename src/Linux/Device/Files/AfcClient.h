@@ -75,8 +75,8 @@ public:
     void sendAhead();
     /// Waits for the answer to a request that was put down.
     AFCError collect(const std::shared_ptr<AfcAnswer>& answer);
-    /// Takes in the answers that have arrived, without waiting.
-    void collectArrived();
+    /// Takes in what has arrived of the oldest answer, where no other thread is at it. Never waits.
+    void takeArrived();
 
     /// Puts a request down that is answered by a status, which goes to `outstanding`.
     AFCError putBehind(wire::AfcOperation operation, wire::ByteView parameters,

@@ -106,6 +106,11 @@ AFCError AfcConnection::use(Use& use) {
     return kAFCSuccess;
 }
 
+std::shared_ptr<AfcClient> AfcConnection::clientAtHand() {
+    const std::lock_guard lock{mutex_};
+    return client_;
+}
+
 std::shared_ptr<AfcClient> AfcConnection::sameClient(std::uint64_t generation) {
     {
         const std::lock_guard lock{mutex_};

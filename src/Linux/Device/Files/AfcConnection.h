@@ -48,6 +48,9 @@ public:
     /// The present client where it still is of that generation and not broken.
     std::shared_ptr<AfcClient> sameClient(std::uint64_t generation);
 
+    /// The present client, as it is; null where there is none.
+    std::shared_ptr<AfcClient> clientAtHand();
+
     /// What the client of that generation knows of files; null where it was replaced.
     std::shared_ptr<InformationWindow> window(std::uint64_t generation);
 
