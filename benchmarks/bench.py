@@ -118,6 +118,7 @@ class Results:
 
 def measured(scene, results, work, command, limit=None, per=None):
     """Runs a command; the ratio is the limit's time to its own, or round-trip times for each of `per`."""
+    os.sync()  # what was written before must not be measured now
     scene.simulator.ctl("counters", "reset")
     seconds, processor = timed(command)
     trips = scene.simulator.counters().get("round-trips", 0)
