@@ -3,6 +3,7 @@
 
 #include "Core/Platform/AFC.h"
 #include "Linux/Device/Files/AfcAnswer.h"
+#include "Linux/Device/Files/FileNumbers.h"
 #include "Linux/Device/Streams/ServiceConnection.h"
 #include "Wire/AfcLists.h"
 #include "Wire/AfcParameters.h"
@@ -92,6 +93,9 @@ public:
     /// For what is found wrong in an answer after it was taken.
     AFCError breakFor(const std::string& reason);
 
+    /// The numbers of the files that are open on this connection.
+    FileNumbers& fileNumbers() { return fileNumbers_; }
+
     bool isBroken() const { return broken_; }
 
     /// Whether the other side has not ended the connection, as far as is known without asking.
@@ -125,6 +129,7 @@ private:
     ByteStream& stream_;
     SocketBreaker& breaker_;
     const std::function<void(const std::string&)> onBroken_;
+    FileNumbers fileNumbers_;
     std::mutex mutex_;  ///< guards what follows
     AfcAnswerReader reader_;
     wire::Bytes outgoing_;  ///< heads that have not been sent

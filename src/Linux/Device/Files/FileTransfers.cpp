@@ -22,9 +22,8 @@ bool appends(const FileHandle& file) {
 /// Reads with requests of its own, straight into the caller's buffer.
 AFCError readDirectly(FileHandle& file, AfcClient& client, std::span<std::byte> into,
                       std::size_t& moved) {
-    const auto seeks = std::make_shared<AfcOutstanding>();
     if (file.position) {
-        if (const AFCError error = file.device.moveTo(client, *file.position, seeks);
+        if (const AFCError error = file.device.moveTo(client, *file.position, file.seeks);
             error != kAFCSuccess) {
             return error;
         }
@@ -37,7 +36,7 @@ AFCError readDirectly(FileHandle& file, AfcClient& client, std::span<std::byte> 
         AFCError error = client.ask(AfcOperation::FileRead,
                                     words(file.device.handle, std::uint64_t{step}), answer);
         // A seek that failed was answered before; what was read then comes from elsewhere.
-        if (const AFCError seek = client.settle(seeks, SIZE_MAX); seek != kAFCSuccess) {
+        if (const AFCError seek = client.settle(file.seeks, SIZE_MAX); seek != kAFCSuccess) {
             error = seek;
         }
         if (error == kAFCEndOfData) {
@@ -57,6 +56,64 @@ AFCError readDirectly(FileHandle& file, AfcClient& client, std::span<std::byte> 
         }
     }
     return kAFCSuccess;
+}
+
+bool isOnlyRead(const FileHandle& file) {
+    return file.mode == static_cast<std::uint64_t>(wire::AfcOpenMode::Read);
+}
+
+/// Tells what was done first with a file that was opened to be read.
+void noteUse(FileHandle& file, AfcClient& client, bool isReadFromBeginning) {
+    if (!file.isUsed && isOnlyRead(file)) {
+        client.fileNumbers().used(isReadFromBeginning);
+    }
+    file.isUsed = true;
+}
+
+/// Opens a file that is only read, and asks for its beginning with the same packet where its number
+/// can be guessed.
+AFCError openToRead(FileHandle& file, const AfcConnection::Use& use,
+                    const AfcParameters& parameters, AfcAnswer& answer) {
+    FileNumbers& numbers = use.client->fileNumbers();
+    const auto opening = numbers.begin(true);
+    // Whoever changes the file from now on makes its beginning stale.
+    file.mark = use.window->marks().opened(file.path);
+    std::shared_ptr<ReadAhead::Chunk> first;
+    AFCError error = kAFCSuccess;
+    if (opening.guess) {
+        first = ReadAhead::firstChunk();
+        const auto request = words(*opening.guess, std::uint64_t{ReadAhead::kFirst});
+        const AfcClient::Behind behind{AfcOperation::FileRead, request, first};
+        error = use.client->ask(AfcOperation::FileOpen, parameters.bytes(), answer, &behind);
+    } else {
+        error = use.client->ask(AfcOperation::FileOpen, parameters.bytes(), answer);
+    }
+    if (error != kAFCSuccess) {
+        file.mark.reset();
+        return error;
+    }
+    numbers.opened(answer.word);
+    file.device = {answer.word, 0, true};
+    if (opening.guess == answer.word) {
+        file.ahead.adopt(file.device, std::move(first));
+    }
+    return kAFCSuccess;
+}
+
+/// Opens a file that may be made, cut or written.
+AFCError openToChange(FileHandle& file, const AfcConnection::Use& use,
+                      const AfcParameters& parameters, AfcAnswer& answer) {
+    FileNumbers& numbers = use.client->fileNumbers();
+    const auto opening = numbers.begin(false);
+    const AFCError error =
+        use.window->change(*use.client, AfcOperation::FileOpen, parameters, answer,
+                           {.path = file.path, .mayAppear = true, .isContent = true});
+    if (error == kAFCSuccess) {
+        numbers.opened(answer.word);
+        file.device = {answer.word, 0, !appends(file)};
+        file.mark = use.window->marks().opened(file.path);
+    }
+    return error;
 }
 
 }  // namespace
@@ -79,19 +136,14 @@ AFCError openOnDevice(FileHandle& file) {
         return kAFCInvalidArgument;
     }
     file.generation = use.generation;
-    const bool mayChange = file.mode != static_cast<std::uint64_t>(wire::AfcOpenMode::Read);
     AfcAnswer answer;
     answer.expected = AfcOperation::FileOpenResult;
-    const AFCError error =
-        mayChange ? use.window->change(*use.client, AfcOperation::FileOpen, parameters, answer,
-                                       {.path = file.path, .mayAppear = true, .isContent = true})
-                  : use.client->ask(AfcOperation::FileOpen, parameters.bytes(), answer);
+    const AFCError error = isOnlyRead(file) ? openToRead(file, use, parameters, answer)
+                                            : openToChange(file, use, parameters, answer);
     if (error != kAFCSuccess) {
         return error;
     }
-    file.device = {answer.word, 0, !appends(file)};
     file.position = 0;
-    file.mark = use.window->marks().opened(file.path);
     return kAFCSuccess;
 }
 
@@ -102,15 +154,16 @@ AFCError readOnDevice(FileHandle& file, std::span<std::byte> into, std::size_t& 
         return error;
     }
     if (file.mark->stale.exchange(false)) {
-        file.ahead.drop();
+        file.ahead.drop(file.device);
     }
     if (!file.position) {
         return readDirectly(file, *client, into, moved);
     }
     const std::uint64_t offset = *file.position;
+    noteUse(file, *client, offset == 0);
     AFCError error = kAFCSuccess;
     bool isRead = false;
-    if (!into.empty() && file.device.fixed && file.ahead.wants(offset)) {
+    if (!into.empty() && file.device.fixed && file.ahead.wants(file.device, offset)) {
         error = file.ahead.read(*client, file.device, offset, into, moved);
         // What could not be asked ahead is asked now.
         isRead = error != kAFCConnectionLost || client->isBroken();
@@ -131,7 +184,7 @@ AFCError writeOnDevice(FileHandle& file, wire::ByteView bytes, bool early) {
     if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
         return error;
     }
-    file.ahead.drop();
+    file.ahead.drop(file.device);
     const auto window = file.connection->window(file.generation);
     if (window) {
         window->fileChanges(*file.mark);
@@ -189,7 +242,7 @@ AFCError seekOnDevice(FileHandle& file, std::int64_t offset, std::uint64_t whenc
         return kAFCSuccess;
     }
     // Where that is only the device can tell, and from where the user left off.
-    file.ahead.drop();
+    file.ahead.drop(file.device);
     if (file.position && whence == static_cast<std::uint64_t>(wire::AfcWhence::Current)) {
         if (const AFCError error = file.device.moveTo(*client, *file.position, file.writes);
             error != kAFCSuccess) {
@@ -212,7 +265,7 @@ AFCError setSizeOnDevice(FileHandle& file, std::uint64_t size) {
     if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
         return error;
     }
-    file.ahead.drop();
+    file.ahead.drop(file.device);
     const AfcParameters parameters = AfcParameters{}.word(file.device.handle).word(size);
     const auto window = file.connection->window(file.generation);
     AfcAnswer answer;
@@ -229,7 +282,9 @@ AFCError closeOnDevice(FileHandle& file) {
     if (const AFCError error = clientOf(file, client); error != kAFCSuccess) {
         return error;
     }
-    file.ahead.drop();
+    file.ahead.drop(file.device);
+    noteUse(file, *client, false);
+    client->fileNumbers().closed(file.device.handle);
     file.mark.reset();
     const AFCError written = client->settle(file.writes, 0);
     if (const auto window = file.connection->window(file.generation)) {

@@ -107,7 +107,10 @@ struct FileHandle {
     /// Where the user reads or writes next; nothing where only the device knows.
     std::optional<std::uint64_t> position = 0;
     DevicePosition device;
+    bool isUsed = false;  ///< something was read or written
     ReadAhead ahead;
+    /// Seeks that travel with a transfer.
+    std::shared_ptr<AfcOutstanding> seeks = std::make_shared<AfcOutstanding>();
     std::shared_ptr<AfcOutstanding> writes = std::make_shared<AfcOutstanding>();
     std::shared_ptr<FileMark> mark;
 };

@@ -43,19 +43,39 @@ ReadAhead::Chunk* ReadAhead::find(std::uint64_t offset) const {
     return nullptr;
 }
 
-bool ReadAhead::wants(std::uint64_t offset) {
+std::shared_ptr<ReadAhead::Chunk> ReadAhead::chunkOf(std::size_t size) {
+    auto chunk = std::make_shared<Chunk>();
+    chunk->buffer.resize(size);
+    chunk->into = chunk->buffer;
+    chunk->expected = wire::AfcOperation::Data;
+    return chunk;
+}
+
+std::shared_ptr<ReadAhead::Chunk> ReadAhead::firstChunk() {
+    auto chunk = chunkOf(kFirst);
+    chunk->asked = Clock::now();
+    return chunk;
+}
+
+void ReadAhead::adopt(DevicePosition& device, std::shared_ptr<Chunk> first) {
+    device.place = first->end();
+    chunks_.push_back(std::move(first));
+}
+
+bool ReadAhead::wants(DevicePosition& device, std::uint64_t offset) {
     if (const Chunk* chunk = find(offset)) {
         if (isFresh(*chunk)) {
+            inOrder_ = inOrder_ || expected_ == offset;
             return true;
         }
-        drop();
+        drop(device);
         target_ = std::max<std::size_t>(2, target_ / 2);
         inOrder_ = true;
         return true;
     }
     const bool goesOn = expected_ == offset;
     if (!goesOn || sawEnd_) {
-        drop();
+        drop(device);
     }
     if (!goesOn) {
         target_ = 2;
@@ -72,8 +92,10 @@ void ReadAhead::wasRead(std::uint64_t offset, std::size_t moved) {
     lastRead_ = Clock::now();
 }
 
-void ReadAhead::drop() {
+void ReadAhead::drop(DevicePosition& device) {
     if (!chunks_.empty()) {
+        // The last one may have been short.
+        device.place.reset();
         // Answers that are still on their way find their place: they own it by then.
         chunks_.clear();
         seeks_ = std::make_shared<AfcOutstanding>();
@@ -85,16 +107,14 @@ std::shared_ptr<ReadAhead::Chunk> ReadAhead::blank() {
     if (spare_ && spare_.use_count() == 1) {
         return std::move(spare_);
     }
-    auto chunk = std::make_shared<Chunk>();
-    chunk->buffer.resize(kChunk);
-    chunk->into = chunk->buffer;
-    chunk->expected = wire::AfcOperation::Data;
-    return chunk;
+    return chunkOf(kChunk);
 }
 
 void ReadAhead::letGoOf(std::uint64_t before) {
     while (chunks_.size() > 1 && chunks_.front()->end() + kSlack <= before) {
-        spare_ = std::move(chunks_.front());
+        if (chunks_.front()->buffer.size() == kChunk) {
+            spare_ = std::move(chunks_.front());
+        }
         chunks_.pop_front();
     }
 }
@@ -150,7 +170,8 @@ AFCError ReadAhead::read(AfcClient& client, DevicePosition& device, std::uint64_
                          std::span<std::byte> into, std::size_t& moved) {
     moved = 0;
     letGoOf(offset);
-    AFCError error = extend(client, device, offset);
+    // What came with the opening may be all that is wanted.
+    AFCError error = inOrder_ ? extend(client, device, offset) : AFCError{kAFCSuccess};
     while (error == kAFCSuccess && moved < into.size()) {
         const std::uint64_t at = offset + moved;
         Chunk* chunk = find(at);
@@ -175,7 +196,7 @@ AFCError ReadAhead::read(AfcClient& client, DevicePosition& device, std::uint64_
         moved += count;
     }
     if (error != kAFCSuccess) {
-        drop();
+        drop(device);
         device.place.reset();
         expected_.reset();
     }

@@ -36,30 +36,42 @@ public:
     /// Data that was asked for longer ago is asked for again.
     static constexpr std::chrono::milliseconds kFresh{500};
 
-    /// Whether a read at `offset` is one that this serves: it goes on where others have been, for
-    /// the second time at least. Otherwise the window is dropped.
-    bool wants(std::uint64_t offset);
-    /// Reads what `wants` was asked for. `moved` is short only at the end of the file.
-    AFCError read(AfcClient& client, DevicePosition& device, std::uint64_t offset,
-                  std::span<std::byte> into, std::size_t& moved);
-    /// Notes a read that was served otherwise, or by this.
-    void wasRead(std::uint64_t offset, std::size_t moved);
-    void drop();
+    /// Bytes of the first request of a file that is asked for with its opening.
+    static constexpr std::size_t kFirst = 64U << 10U;
 
-private:
-    using Clock = std::chrono::steady_clock;
-
+    /// Data of one request.
     struct Chunk : AfcAnswer {
         std::uint64_t from = 0;
-        Clock::time_point asked;
+        std::chrono::steady_clock::time_point asked;
         wire::Bytes buffer;
 
         std::uint64_t end() const { return from + buffer.size(); }
     };
 
+    /// A chunk for the beginning of a file that is about to be opened; to be asked for by the
+    /// caller, and to be adopted when its number was guessed right.
+    static std::shared_ptr<Chunk> firstChunk();
+    void adopt(DevicePosition& device, std::shared_ptr<Chunk> first);
+
+    /// Whether a read at `offset` is one that this serves: it goes on where others have been, for
+    /// the second time at least, or it is of what was asked for with the opening. Otherwise the
+    /// window is dropped.
+    bool wants(DevicePosition& device, std::uint64_t offset);
+    /// Reads what `wants` was asked for. `moved` is short only at the end of the file.
+    AFCError read(AfcClient& client, DevicePosition& device, std::uint64_t offset,
+                  std::span<std::byte> into, std::size_t& moved);
+    /// Notes a read that was served otherwise, or by this.
+    void wasRead(std::uint64_t offset, std::size_t moved);
+    /// Lets go of everything. Where the device is then is known no more.
+    void drop(DevicePosition& device);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
     bool isFresh(const Chunk& chunk) const;
     Chunk* find(std::uint64_t offset) const;
     std::shared_ptr<Chunk> blank();
+    static std::shared_ptr<Chunk> chunkOf(std::size_t size);
     void letGoOf(std::uint64_t before);
     AFCError extend(AfcClient& client, DevicePosition& device, std::uint64_t offset);
     AFCError waitFor(AfcClient& client, DevicePosition& device, Chunk& chunk);
