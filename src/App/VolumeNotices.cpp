@@ -50,8 +50,10 @@ void VolumeNotices::look() {
             std::find(busy.begin(), busy.end(), device->myMountPath()) != busy.end();
         device->submi_stopMount()->setTitle(isBusy ? "Unmount Device (still writing)"
                                                    : "Unmount Device");
+        // Of a volume that was taken away there is nothing to choose, and nothing to tell.
+        const bool hasFailed = device->isMounted() && !device->failedRoot().empty();
         std::string state;
-        if (!device->failedRoot().empty()) {
+        if (hasFailed) {
             state = "the root " + device->failedRoot() +
                     " could not be opened: choose a connection root again";
         } else if (isBusy) {
@@ -59,7 +61,7 @@ void VolumeNotices::look() {
         }
         if (!state.empty()) {
             desktop_.showDeviceState(device.get(), device->mi_deviceMenu()->title(), state,
-                                     !device->failedRoot().empty());
+                                     hasFailed);
             told_.erase(device.get());
             still.insert(device.get());
         }
@@ -68,7 +70,7 @@ void VolumeNotices::look() {
         desktop_.showDeviceState(ended, "", "", false);
     }
     next_.reset();
-    if (!mounted_->list().empty()) {
+    if (!mounted_->list().empty() || !told_.empty()) {
         next_ = loop_.addTimer(kPause, [this] { look(); });
     }
 }

@@ -23,6 +23,15 @@ class FailedRoot(PanelTest):
         self.quillbox.wait_mounted("Blue Phone (Ledger)")
         wait_for(lambda: self.quillbox.tool_tip() == "", 20 * PATIENCE, "nothing to say")
 
+    def test_nothing_is_told_of_a_volume_that_was_taken_away(self):
+        self.start("--devices", "1", "--no-afc2", "--sample")
+        self.quillbox.wait_mounted("Blue Phone (Media)")
+        self.simulator.ctl("uninstall", self.simulator.udids[0], "org.example.sketches")
+        self.quillbox.choose(*ROOTS, "Sketches")
+        wait_for(lambda: "could not be opened" in self.quillbox.tool_tip(), 20 * PATIENCE, "the tool tip says so")
+        self.quillbox.choose(PHONE, "Unmount Device")
+        wait_for(lambda: self.quillbox.tool_tip() == "", 20 * PATIENCE, "nothing to say")
+
 
 if __name__ == "__main__":
     unittest.main()
