@@ -205,7 +205,7 @@ private:
         CommonData::setPlatform(wiring.platform());
         {
             const VolumeJournal journal(wiring.platform().notifications, log_, mounted_);
-            const VolumePlaces places(loop, wiring.platform().notifications, log_, mounted_);
+            VolumePlaces places(loop, wiring.platform().notifications, log_, mounted_);
             std::optional<VolumeNotices> volumeNotices;
             if (desktop != nullptr) {
                 volumeNotices.emplace(*desktop, loop, wiring.platform().notifications,
@@ -236,6 +236,7 @@ private:
                 loop.quit();
                 control->serve(nullptr);
                 end(loop, wiring, controller);
+                places.clear();
                 auto& files = wiring.platform().files;
                 files.removeItemAtPath(files.temporaryDirectory());
                 simulation_.reset();

@@ -26,6 +26,10 @@ VolumePlaces::VolumePlaces(RunLoop& loop, NotificationCenter& notifications, Log
 
 VolumePlaces::~VolumePlaces() {
     notifications_.removeObserver(this);
+    clear();
+}
+
+void VolumePlaces::clear() {
     places_->reset();
 }
 

@@ -19,6 +19,10 @@ public:
     VolumePlaces(RunLoop& loop, NotificationCenter& notifications, Log& log,
                  const std::shared_ptr<const MountedPaths>& mounted);
     ~VolumePlaces();
+
+    /// Takes all of them out, at an end that comes without the destructor.
+    void clear();
+
     VolumePlaces(const VolumePlaces&) = delete;
     VolumePlaces& operator=(const VolumePlaces&) = delete;
 

@@ -169,6 +169,8 @@ class Quillbox:
         environment = dict(environment, HOME=home, XDG_CONFIG_HOME=os.path.join(home, ".config"),
                            XDG_STATE_HOME=os.path.join(home, ".state"),
                            XDG_RUNTIME_DIR=os.path.join(folder, "runtime"))
+        if self.HEADLESS:
+            environment["XDG_DATA_HOME"] = os.path.join(home, ".local", "share")
         os.makedirs(environment["XDG_RUNTIME_DIR"], mode=0o700, exist_ok=True)
         self.environment = environment
         self.process = self.start_process(

@@ -6,6 +6,8 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QStringDecoder>
@@ -28,10 +30,17 @@ QString addressOf(const std::string& path) {
     return QUrl::fromLocalFile(text(path)).toString(QUrl::FullyEncoded);
 }
 
+/// A name without what no text of such a file may hold.
+QString writable(QString name) {
+    return name.remove(QRegularExpression(QStringLiteral("[\\x{FFFE}\\x{FFFF}\\x{00}-\\x{1F}]")));
+}
+
 /// The file's content; none where there is no such file or it is not what it should be.
 std::optional<QByteArray> contentOf(const QString& path) {
+    // To open a pipe would wait for whoever writes into it.
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.isSequential() || file.size() > kLargestFile) {
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly) ||
+        file.size() > kLargestFile) {
         return std::nullopt;
     }
     return file.readAll();
@@ -67,6 +76,13 @@ Contents contentsOf(const QString& text, const QString& owner) {
     while (!reader.atEnd()) {
         const qsizetype before = tagBegin(text, reader.characterOffset());
         switch (reader.readNext()) {
+        case QXmlStreamReader::StartDocument:
+            if (const auto encoding = reader.documentEncoding();
+                !encoding.isEmpty() &&
+                encoding.compare(QLatin1String("UTF-8"), Qt::CaseInsensitive) != 0) {
+                return {};
+            }
+            break;
         case QXmlStreamReader::StartElement:
             ++depth;
             if (depth == 1 && reader.name() != QLatin1String("xbel")) {
@@ -148,7 +164,13 @@ public:
             wanted.append(addressOf(path));
         }
         // The desktop may write its file at the same time: what was written then is read again.
-        for (int i = 0; i < kTries && !rewrite(wanted); ++i) {
+        int tries = kTries;
+        while (tries > 0 && !rewrite(wanted)) {
+            --tries;
+        }
+        if (tries == 0) {
+            logLine(log_, LogLevel::Warning, "The places in ", file_.toStdString(),
+                    " were left alone: they are being changed by somebody else.");
         }
         added_ = {wanted.begin(), wanted.end()};
     }
@@ -172,11 +194,11 @@ bool Places::Shelf::rewrite(const QStringList& wanted) {
     }
     QStringDecoder decoder(QStringDecoder::Utf8);
     const QString text = decoder.decode(*bytes);
-    if (decoder.hasError()) {
+    if (decoder.hasError() || text.toUtf8() != *bytes) {
         return true;
     }
     const QString after = changed(text, wanted);
-    if (after == text) {
+    if (after == text || !contentsOf(after, owner_).isGood) {
         return true;
     }
     QSaveFile file(file_);
@@ -217,7 +239,7 @@ QString Places::Shelf::changed(const QString& text, const QStringList& wanted) c
 }
 
 QString Places::Shelf::bookmark(const QString& address) const {
-    const auto name = QUrl(address).fileName(QUrl::FullyDecoded).toHtmlEscaped();
+    const auto name = writable(QUrl(address).fileName(QUrl::FullyDecoded)).toHtmlEscaped();
     const auto identity = QString::fromLatin1(
         QCryptographicHash::hash(address.toUtf8(), QCryptographicHash::Sha256).toHex().left(16));
     return QStringLiteral(
