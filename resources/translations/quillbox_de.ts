@@ -258,6 +258,14 @@
         <translation>es hat die Kopplung abgelehnt: abziehen, neu anschließen und „Vertrauen“ antippen</translation>
     </message>
     <message>
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message>
+        <source>the device</source>
+        <translation>das Gerät</translation>
+    </message>
+    <message>
         <source>data is still being written</source>
         <translation>es werden noch Daten geschrieben</translation>
     </message>

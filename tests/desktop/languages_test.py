@@ -142,7 +142,7 @@ class InGerman(PanelTest):
 
     def test_a_tool_tip_is_german(self):
         self.desktop.environment["LANGUAGE"] = "de"
-        self.simulator = self.start_simulator()
+        self.simulator = self.start_simulator("--devices", "1", "--name", "Media")
         udid = self.simulator.udids[0]
         self.simulator.ctl("detach", udid)
         self.simulator.ctl("distrust", udid, "--forget-record")
@@ -151,6 +151,7 @@ class InGerman(PanelTest):
         self.quillbox.wait_notifier()
         self.simulator.ctl("attach", udid)
         wait_for(lambda: "„Vertrauen“ antippen" in self.quillbox.tool_tip(), 20 * PATIENCE, "the tool tip")
+        self.assertTrue(self.quillbox.tool_tip().startswith("Media"), self.quillbox.tool_tip())
         self.assertIn("Keine iPhones angeschlossen …", self.quillbox.titles())
         self.assertIn("tap Trust", self.quillbox.log_text())
 

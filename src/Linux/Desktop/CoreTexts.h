@@ -53,6 +53,9 @@ inline constexpr std::array kCoreTexts{
     QT_TRANSLATE_NOOP("Core", "it is attached and does not answer: it is tried again"),
     QT_TRANSLATE_NOOP("Core", "it refused to be paired: unplug, plug in again and tap Trust"),
     QT_TRANSLATE_NOOP("Core", "data is still being written"),
+    // A device that has not told its name.
+    QT_TRANSLATE_NOOP("Core", "Device"),
+    QT_TRANSLATE_NOOP("Core", "the device"),
     QT_TRANSLATE_NOOP("Core", "another change of the same device"),
 };
 
@@ -63,6 +66,10 @@ inline constexpr std::array kCoreTextsWithValues{
     QT_TRANSLATE_NOOP("Core", "A report about it was kept on this computer, in %1."),
     QT_TRANSLATE_NOOP("Core", "waiting for %1"),
     QT_TRANSLATE_NOOP("Core", "the root %1 could not be opened: choose a connection root again"),
+};
+
+/// What a device is called in messages.
+inline constexpr std::array kDeviceLabels{
     QT_TRANSLATE_NOOP("Core", "%1 (serial number %2)"),
     QT_TRANSLATE_NOOP("Core", "%1 (identifier %2)"),
 };

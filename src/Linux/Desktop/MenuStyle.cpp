@@ -14,6 +14,16 @@ int markWidth(const QStyleOptionMenuItem& item) {
 
 }  // namespace
 
+std::shared_ptr<MenuStyle> MenuStyle::shared() {
+    static std::weak_ptr<MenuStyle> present;
+    auto style = present.lock();
+    if (!style) {
+        style = std::make_shared<MenuStyle>();
+        present = style;
+    }
+    return style;
+}
+
 const QStyleOptionMenuItem* MenuStyle::itemWithBoth(const QStyleOption* option) const {
     const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
     const bool needsBoth = item != nullptr && item->menuHasCheckableItems &&

@@ -3,6 +3,8 @@
 
 #include <QProxyStyle>
 
+#include <memory>
+
 class QStyleOptionMenuItem;
 
 namespace quillbox::desktop {
@@ -13,6 +15,9 @@ namespace quillbox::desktop {
 class MenuStyle final : public QProxyStyle {
 public:
     MenuStyle() = default;
+
+    /// The one that all menus share, as long as there is a menu.
+    static std::shared_ptr<MenuStyle> shared();
 
     void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
                      const QWidget* widget) const override;

@@ -30,7 +30,7 @@ void keepOnScreen(QMenu& menu) {
 
 MenuView::MenuView(std::shared_ptr<Menu> menu, Choices& choices, Icons& icons)
     : menu_(std::move(menu)), choices_(choices), icons_(icons) {
-    view_.setStyle(&style_);
+    view_.setStyle(style_.get());
     for (std::size_t i = 0; i < menu_->items().size(); ++i) {
         itemInserted(*menu_, *menu_->items()[i], i);
     }
@@ -82,6 +82,7 @@ void MenuView::itemChanged(Menu& /*menu*/, MenuItem& item, MenuItemChange change
         drawSubmenu(found->second, item);
     } else {
         draw(found->second, item);
+        keepOnScreen(view_);  // a longer title may widen it
     }
 }
 

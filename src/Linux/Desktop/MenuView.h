@@ -47,7 +47,7 @@ private:
     const std::shared_ptr<Menu> menu_;
     Choices& choices_;
     Icons& icons_;
-    MenuStyle style_;
+    const std::shared_ptr<MenuStyle> style_ = MenuStyle::shared();
     QMenu view_;
     std::map<const MenuItem*, Entry> entries_;
 };

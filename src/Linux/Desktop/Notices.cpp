@@ -38,7 +38,7 @@ void Notices::show() {
     bool needsUser = false;
     for (const auto& [key, device] : devices_) {
         lines.push_back(
-            (shown(device.name) + QStringLiteral(": ") + shown(device.state)).toStdString());
+            (shownLabel(device.name) + QStringLiteral(": ") + shown(device.state)).toStdString());
         needsUser = needsUser || device.needsUser;
     }
     for (const auto& what : waits_) {
@@ -56,7 +56,7 @@ void Notices::notify(const Device& device) {
     const QVariantMap hints{{QStringLiteral("desktop-entry"), QApplication::desktopFileName()}};
     // The body may hold markup for some desktops; a device's name is none.
     call << QStringLiteral("Quillbox") << 0U << QApplication::desktopFileName()
-         << shown(device.name) << shown(device.state).toHtmlEscaped() << QStringList() << hints
+         << shownLabel(device.name) << shown(device.state).toHtmlEscaped() << QStringList() << hints
          << -1;
     bus_.asyncCall(call);
 }

@@ -9,6 +9,8 @@
 
 #include <clocale>
 #include <cstring>
+#include <langinfo.h>
+#include <span>
 #include <string>
 
 namespace quillbox::desktop {
@@ -39,7 +41,11 @@ QString systemWords(const QString& value) {
         if (words != nullptr && english == words) {
             const locale_t users = ::newlocale(LC_MESSAGES_MASK | LC_CTYPE_MASK, "", nullptr);
             if (users != nullptr) {
-                const auto translation = QString::fromLocal8Bit(::strerror_l(error, users));
+                // In another encoding the words would come out garbled.
+                const bool isReadable =
+                    QLatin1String(::nl_langinfo_l(CODESET, users)) == QLatin1String("UTF-8");
+                const auto translation =
+                    isReadable ? QString::fromUtf8(::strerror_l(error, users)) : value;
                 ::freelocale(users);
                 return translation;
             }
@@ -48,29 +54,42 @@ QString systemWords(const QString& value) {
     return value;
 }
 
-}  // namespace
+/// A value in the middle of a text: what stands for a device without a name is the core's own.
+QString shownPart(const QString& value) {
+    return value == QLatin1String("Device") || value == QLatin1String("the device")
+               ? translated(value.toStdString().c_str())
+               : value;
+}
 
-QString shown(std::string_view core) {
-    const QString english = text(core);
-    const QString whole = translated(std::string(core).c_str());
-    if (core.empty() || whole != english) {
-        return whole;
-    }
-    for (const char* pattern : kCoreTextsWithValues) {
+/// A text around values by the first pattern that fits and is translated; else as it stands.
+QString shownAround(const QString& english, std::span<const char* const> patterns) {
+    for (const char* pattern : patterns) {
         const QString around = translated(pattern);
         if (around == text(pattern)) {
             continue;
         }
         const auto values = valuesIn(english, text(pattern));
         if (values.size() == 1) {
-            return around.arg(values[0]);
+            return around.arg(shownPart(values[0]));
         }
         if (values.size() == 2) {
-            return around.arg(values[0],
+            return around.arg(shownPart(values[0]),
                               systemWords(values[1]));  // at once: a value may hold a "%2"
         }
     }
     return english;
+}
+
+}  // namespace
+
+QString shown(std::string_view core) {
+    const QString english = text(core);
+    const QString whole = translated(std::string(core).c_str());
+    return core.empty() || whole != english ? whole : shownAround(english, kCoreTextsWithValues);
+}
+
+QString shownLabel(std::string_view label) {
+    return shownAround(text(label), kDeviceLabels);
 }
 
 QString shownValue(std::string_view value) {

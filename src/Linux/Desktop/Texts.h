@@ -18,6 +18,10 @@ inline QString text(std::string_view core) {
 /// Never for names and values of devices: they may read like the program's own words.
 QString shown(std::string_view core);
 
+/// What a device is called in a message: its name as it stands, the words beside it in the user's
+/// language.
+QString shownLabel(std::string_view label);
+
 /// An item's title in the user's language, a name as it stands.
 inline QString shownTitle(const MenuItem& item) {
     return item.titleIsName() ? text(item.title()) : shown(item.title());
