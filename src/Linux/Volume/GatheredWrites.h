@@ -48,6 +48,9 @@ public:
 
     bool isEmpty() const { return count_ == 0; }
 
+    /// Of how many files something is gathered.
+    std::size_t count() const { return count_; }
+
 private:
     static void makeRoom(Run& run, std::size_t size);
     std::optional<Run> takeOut(std::unordered_map<NodeId, Run>::iterator place);

@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <map>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <string>
+#include <sys/types.h>
+#include <utility>
 
 namespace quillbox::volume {
 
 /// Folders that we made for volumes and could not remove: a program that is not held back by their
-/// modes was faster, and put something into the bare folder. They stay ours. Any thread.
+/// modes was faster, and put something into the bare folder. They stay ours; another
+/// folder that was put in the place of one is not. Any thread.
 class LeftFolders {
 public:
     void add(const std::string& path);
@@ -18,8 +22,12 @@ public:
     void removeEmpty();
 
 private:
+    using Identity = std::pair<dev_t, ino_t>;
+
+    static std::optional<Identity> identityOf(const std::string& path);
+
     std::mutex mutex_;
-    std::set<std::string> paths_;
+    std::map<std::string, Identity> folders_;
 };
 
 }  // namespace quillbox::volume

@@ -60,8 +60,9 @@ public:
         Owner owner;
         /// The text of the volume information file.
         std::string volumeInformation;
-        /// Told, on any thread, when small writes begin to be gathered: `sendLingering` is wanted
-        /// some time later. Must not wait.
+        /// Told, on any thread, when small writes begin to be gathered and nothing was: then
+        /// `sendLingering` is wanted some time later, and again while something lingers. Must not
+        /// wait.
         std::function<void()> whenGathering;
     };
 
@@ -96,6 +97,9 @@ public:
     void finishAllWrites();
     /// Hands what was gathered so far to the device; failures stay for whoever wrote.
     void sendLingering();
+
+    bool hasLingering() const { return !gathered_.isEmpty(); }
+
     bool hasUnfinishedWrites() const;
     /// Closed by the last program: exactly one for each open. Harmless for an unknown handle. On a
     /// closed queue the delegate is not told.

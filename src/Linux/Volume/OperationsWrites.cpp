@@ -162,8 +162,16 @@ void Operations::finishAllWrites() {
 
 void Operations::sendLingering() {
     PatientCaller nobody;
-    if (const auto turn = queue_.enter(nobody)) {
-        sendAllGathered();
+    const auto turn = queue_.enter(nobody);
+    if (!turn) {
+        return;
+    }
+    const std::lock_guard sending(sendMutex_);
+    // Who goes on writing needs no turn, and would keep this one busy for ever.
+    for (std::size_t runs = gathered_.count(); runs > 0; --runs) {
+        if (const auto run = gathered_.takeAny()) {
+            send(*run);
+        }
     }
 }
 

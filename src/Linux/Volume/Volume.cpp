@@ -217,11 +217,36 @@ std::future<void> Volume::finishWritesInBackground() {
 }
 
 void Volume::isGathering() {
+    if (isSendPlanned_.exchange(true)) {
+        return;
+    }
     later_(kGatheringTime, [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
-            self->inBackground([volume = self.get()] { volume->operations_.sendLingering(); });
+            self->sendLingering();
         }
     });
+}
+
+void Volume::sendLingering() {
+    const auto send = [this] {
+        operations_.sendLingering();
+        isSendPlanned_ = false;
+        if (operations_.hasLingering() && !queue_.isClosed()) {
+            isGathering();
+        }
+    };
+    try {
+        if (operations_.hasLingering()) {
+            inBackground(send);
+        } else {
+            isSendPlanned_ = false;
+        }
+    } catch (const std::exception& error) {
+        // What is gathered is sent all the same: by the next sync or close.
+        isSendPlanned_ = false;
+        main_->log(LogLevel::Warning,
+                   "What was written to " + askedPath_ + " waits: " + error.what() + ".");
+    }
 }
 
 void Volume::takeAwayInBackground() {

@@ -12,6 +12,7 @@
 #include "Linux/Volume/Operations.h"
 #include "Linux/Volume/Session.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -112,6 +113,7 @@ private:
     void tellEnded(int mountError);
     void notify(std::string_view name, std::map<std::string, NSError> userInfo);
     void isGathering();
+    void sendLingering();
     void inBackground(std::function<void()> work);
     std::string optionText() const;
 
@@ -130,6 +132,7 @@ private:
     Nodes nodes_;
     Operations operations_;
     Served served_;
+    std::atomic<bool> isSendPlanned_ = false;  ///< of what was gathered
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;

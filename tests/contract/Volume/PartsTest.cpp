@@ -392,7 +392,10 @@ TEST(TheFolderOfAVolume, StaysOursWhenItCouldNotBeRemoved) {
     left->removeEmpty();
     EXPECT_FALSE(std::filesystem::exists(path));
 
-    std::filesystem::create_directory(path);
+    leave();
+    std::filesystem::create_directory(path + " of theirs");
+    std::filesystem::remove(path);
+    std::filesystem::rename(path + " of theirs", path);
     MountPoint theirs(path, left);
     EXPECT_EQ(theirs.prepare(), 0);
     theirs.remove();
