@@ -4,7 +4,6 @@
 
 #include "Linux/Device/Files/FileNumbers.h"
 
-#include <array>
 #include <atomic>
 #include <fstream>
 #include <optional>
@@ -137,11 +136,7 @@ TEST_F(BeginningsTest, OfAFileThatCannotBeOpenedAreNobodyElses) {
         EXPECT_EQ(read(first, 0, 20), std::string(10, 't'));
         simulator->control({"fail", "read", "1", "10"});
         const AFCFileRef third = open("/there");
-        std::array<char, 20> bytes{};
-        std::uint64_t length = bytes.size();
-        EXPECT_EQ(afc().AFCFileRefRead(connection, third, bytes.data(), &length), 10U)
-            << "a failure is the reader's";
-        EXPECT_EQ(read(third, 0, 20), std::string(10, 't'));
+        EXPECT_EQ(read(third, 0, 20), std::string(10, 't')) << "the reader's own question is asked";
         for (const AFCFileRef file : {first, second, third}) {
             close(file);
         }

@@ -49,7 +49,7 @@ std::array<std::byte, sizeof...(Words) * sizeof(std::uint64_t)> words(Words... v
 class AfcClient {
 public:
     /// `onBroken` is called once, with the reason, when the connection breaks by itself: on the
-    /// thread of the call that noticed, with no lock held.
+    /// thread of the call that noticed, with no lock of the client held.
     AfcClient(std::unique_ptr<ServiceConnection> connection,
               std::function<void(const std::string&)> onBroken);
 

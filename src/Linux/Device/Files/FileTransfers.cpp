@@ -212,6 +212,10 @@ AFCError writeOnDevice(FileHandle& file, wire::ByteView bytes, bool early) {
     if (error == kAFCSuccess && !early) {
         error = client->settle(file.writes, 0);
     }
+    if (window) {
+        // What another thread was told meanwhile may be older than the write.
+        window->fileChanges(*file.mark);
+    }
     if (error != kAFCSuccess) {
         file.device.place.reset();
     }
@@ -284,7 +288,6 @@ AFCError closeOnDevice(FileHandle& file) {
     }
     file.ahead.drop(file.device);
     noteUse(file, *client, false);
-    client->fileNumbers().closed(file.device.handle);
     file.mark.reset();
     const AFCError written = client->settle(file.writes, 0);
     if (const auto window = file.connection->window(file.generation)) {
@@ -292,6 +295,7 @@ AFCError closeOnDevice(FileHandle& file) {
     }
     const AFCError error =
         client->sendBehind(AfcOperation::FileClose, words(file.device.handle), {}, nullptr);
+    client->fileNumbers().closed(file.device.handle);
     return written != kAFCSuccess ? written : error;
 }
 

@@ -350,6 +350,9 @@ AFCError InformationWindow::change(AfcClient& client, AfcOperation operation,
     const bool asks = !change.path.empty();
     const AFCError error =
         client.ask(operation, parameters.bytes(), answer, asks ? &behind : nullptr);
+    if (change.isContent) {
+        marks_.changes(change.path);
+    }
     const std::lock_guard lock{mutex_};
     // What another thread was told meanwhile may be older than the change.
     dropAll();

@@ -70,8 +70,8 @@ bool ReadAhead::wants(DevicePosition& device, std::uint64_t offset) {
         }
         drop(device);
         target_ = std::max<std::size_t>(2, target_ / 2);
-        inOrder_ = true;
-        return true;
+        inOrder_ = inOrder_ || expected_ == offset;
+        return inOrder_;
     }
     const bool goesOn = expected_ == offset;
     if (!goesOn || sawEnd_) {
@@ -136,7 +136,12 @@ AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint6
         client.askAhead(wire::AfcOperation::FileRead, words(device.handle, std::uint64_t{kChunk}),
                         chunk);
         device.place = from + kChunk;
-        chunks_.push_back(std::move(chunk));
+        chunks_.push_back(chunk);
+        if (chunk->done.load(std::memory_order_acquire) && chunk->error == kAFCConnectionLost) {
+            // Too much is in flight for this one: the device does not move on either.
+            device.place.reset();
+            break;
+        }
     }
     client.sendAhead();
     return kAFCSuccess;
@@ -162,6 +167,12 @@ AFCError ReadAhead::waitFor(AfcClient& client, DevicePosition& device, Chunk& ch
     if (error == kAFCSuccess && chunk.moved < chunk.buffer.size()) {
         sawEnd_ = true;
         device.place.reset();
+        // What was asked for behind the end is from elsewhere, should the file have grown.
+        std::erase_if(chunks_, [&](const auto& each) { return each->from > chunk.from; });
+    }
+    if (error != kAFCSuccess && chunk.buffer.size() == kFirst) {
+        // It was not the reader's own question: that is asked by itself.
+        return kAFCConnectionLost;
     }
     return error;
 }
