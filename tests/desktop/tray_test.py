@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """The status item in each kind of tray, and without one: its menu follows what happens and does what it says."""
 
+import json
 import os
 import signal
 import time
@@ -208,6 +209,19 @@ class InTheXServersTray(DesktopTest):
         self.open_menu()
         self.desktop.keys("Up", "Return")
         self.assertEqual(quillbox.process.wait(20 * PATIENCE), 0)
+
+    def test_a_root_is_switched_by_keyboard(self):
+        _, quillbox = self.start_in_the_tray()
+        roots = json.loads(quillbox.verb("root", "Blue Phone", "--json").stdout)
+        self.open_menu()
+        self.desktop.keys("Down", "Down", "Down", "Right")
+        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
+        self.desktop.keys("Down", "Right")
+        wait_for(lambda: len(self.menus()) == 3, 20 * PATIENCE, "the roots")
+        self.desktop.screenshot("roots")
+        self.desktop.keys("Up", "Return")  # the last one
+        quillbox.wait_mounted(f"Blue Phone ({roots[-1]['root']})")
+        self.assertEqual(quillbox.terminate(), 0)
 
     def test_a_device_leaves_while_its_menu_is_open(self):
         simulator, quillbox = self.start_in_the_tray()

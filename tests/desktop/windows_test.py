@@ -3,6 +3,7 @@
 open stands in the way of a volume."""
 
 import os
+import re
 import unittest
 import urllib.parse
 
@@ -132,6 +133,30 @@ class Windows(PanelTest):
         # The window goes with its device.
         self.simulator.ctl("detach", pad)
         self.desktop.wait_no_window(INFORMATION)
+
+    def bars(self, window):
+        """The lengths of the filled parts of the level bars, from the top down, in pixels."""
+        picture = os.path.join(self.folder, "bars.ppm")
+        self.desktop.tool("import", "-silent", "-window", window, "-depth", "8", picture)
+        with open(picture, "rb") as file:
+            _, size, _ = (file.readline() for _ in range(3))
+            width = int(size.split()[0])
+            pixels = file.read()
+        lines = [pixels[at:at + 3 * width] for at in range(0, len(pixels), 3 * width)]
+        filled = [sum(blue > red + 80 for red, blue in zip(line[::3], line[2::3])) for line in lines]
+        rows = [row for row, length in enumerate(filled) if length > 90]
+        tops = [row for row in rows if row - 1 not in rows]
+        return [max(filled[row] for row in rows if top <= row < top + 20) for top in tops]
+
+    def test_the_level_bars_show_the_device_and_the_computer(self):
+        self.start()
+        self.quillbox.wait_mounted(VOLUME)
+        window = self.open(INFORMATION, "Blue Phone", "Device Info")
+        lengths = wait_for(lambda: len(self.bars(window)) == 2 and self.bars(window), 20 * PATIENCE, "two bars")
+        device = os.statvfs(self.quillbox.volume(VOLUME))
+        computer = os.statvfs("/")
+        parts = [1 - each.f_bavail / each.f_blocks for each in (device, computer)]
+        self.assertAlmostEqual(lengths[0] / lengths[1], parts[0] / parts[1], delta=0.05)
 
     def test_eight_devices_come_and_go_with_every_window_open(self):
         self.start("--devices", "8", "--no-afc2")
