@@ -270,9 +270,9 @@ TEST_P(FilesTest, AStallInTheMiddleOfAListingIsNotItsEnd) {
     for (std::size_t i = 0; i < kCount; ++i) {
         std::ofstream{folder / ("a name that takes its time " + std::to_string(i))};
     }
-    simulator->control({"bandwidth", "200000"});
+    simulator->control({"bandwidth", "60000"});
     std::thread staller{[&] {
-        // The names need most of a second.
+        // The names need some seconds.
         std::this_thread::sleep_for(300ms);
         simulator->control({"stall", udidOf(1)});
     }};
