@@ -351,14 +351,8 @@ class InTray(OnScreen):
     service = ID
 
 
-class TrayTest(DesktopTest):
-    """One on a desktop with a tray of the X server, used with pointer and keyboard."""
-
-    PROGRAM = InTray
-
-    def setUp(self):
-        super().setUp()
-        self.desktop.start_tint2()
+class PointerTest(DesktopTest):
+    """The icon in a tray of the X server and its menu, used with pointer and keyboard."""
 
     def of_the_program(self):
         return self.desktop.tool("xdotool", "search", "--onlyvisible", "--class", "quillbox", check=False).split()
@@ -388,6 +382,16 @@ class TrayTest(DesktopTest):
             except AssertionError:
                 continue
         raise AssertionError("no menu opened")
+
+
+class TrayTest(PointerTest):
+    """One on a desktop with a tray of the X server."""
+
+    PROGRAM = InTray
+
+    def setUp(self):
+        super().setUp()
+        self.desktop.start_tint2()
 
 
 DEFAULTS = {

@@ -4,10 +4,9 @@
 import json
 import os
 import signal
-import time
 import unittest
 
-from scene import PATIENCE, WATCHER, DesktopTest, PanelTest, is_mounted, wait_for
+from scene import PATIENCE, WATCHER, DesktopTest, PanelTest, PointerTest, is_mounted, wait_for
 
 FIXED = ["About Quillbox", "Preferences…", "-"]
 BEHIND = ["-", "Welcome…", "Help", "Quit"]
@@ -160,21 +159,8 @@ class ThroughAPanel(PanelTest):
         self.assertEqual(self.quillbox.titles()[:2], FIXED[:2])
 
 
-class InTheXServersTray(DesktopTest):
+class InTheXServersTray(PointerTest):
     """A tray of the X server, used with pointer and keyboard."""
-
-    def icon(self):
-        """The icon's place on the screen."""
-        window = wait_for(lambda: self.desktop.tool(
-            "xdotool", "search", "--onlyvisible", "--class", "quillbox", check=False).split(), 20 * PATIENCE,
-            "an icon in the tray")[0]
-        place = self.desktop.geometry(window)
-        return place["X"] + place["WIDTH"] // 2, place["Y"] + place["HEIGHT"] // 2
-
-    def menus(self):
-        """Open menus: windows of the program that no window manager manages, without the icon."""
-        found = self.desktop.tool("xdotool", "search", "--onlyvisible", "--class", "quillbox", check=False).split()
-        return [each for each in found if self.desktop.geometry(each)["WIDTH"] > 60]
 
     def start_in_the_tray(self):
         self.desktop.start_tint2()
@@ -183,18 +169,6 @@ class InTheXServersTray(DesktopTest):
         quillbox.wait_mounted(VOLUME)
         quillbox.wait_log("shown in the tray")
         return simulator, quillbox
-
-    def open_menu(self):
-        """As a user does: a click that a closing menu or a moving icon has swallowed is made again."""
-        wait_for(lambda: not self.menus(), 20 * PATIENCE, "no open menu")
-        for _ in range(5):
-            self.desktop.click(*self.icon(), button=3)
-            deadline = time.monotonic() + 3 * PATIENCE
-            while time.monotonic() < deadline:
-                if self.menus():
-                    return
-                time.sleep(0.05)
-        self.fail("no menu opened")
 
     def test_the_menu_opens_at_the_icon_and_is_used_by_keyboard(self):
         _, quillbox = self.start_in_the_tray()

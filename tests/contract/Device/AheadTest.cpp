@@ -12,19 +12,8 @@ namespace {
 
 using AtHand = device::DirectoryWalks::AtHand;
 
-class AheadTest : public DeviceTest {
+class AheadTest : public PlainDeviceTest {
 protected:
-    void begin() {
-        start({"--devices", "1", "--no-tls"});
-        ASSERT_NE(connected(), nullptr);
-        ASSERT_NE(connection = arrivalConnection, 0U);
-    }
-
-    void makeFile(const std::string& name, std::size_t size, char fill) const {
-        std::filesystem::create_directories((simulator->media() / name).parent_path());
-        std::ofstream{simulator->media() / name} << std::string(size, fill);
-    }
-
     bool exists(const std::string& path) {
         AFCKeyValueRef answer = 0;
         if (afc().AFCFileInfoOpen(connection, path, &answer) != kAFCSuccess) {
@@ -38,22 +27,6 @@ protected:
         std::map<std::string, std::string> values;
         return info(connection, path, values) == kAFCSuccess ? values["st_size"] : "";
     }
-
-    std::string read(AFCFileRef file, std::int64_t offset, std::size_t size) {
-        std::string text(size, '\0');
-        std::uint64_t length = size;
-        EXPECT_EQ(afc().AFCFileRefSeek(connection, file, offset, 0), kAFCSuccess);
-        EXPECT_EQ(afc().AFCFileRefRead(connection, file, text.data(), &length), kAFCSuccess);
-        text.resize(length);
-        return text;
-    }
-
-    void onThread(const std::function<void()>& work) {
-        std::thread thread{work};
-        thread.join();
-    }
-
-    AFCConnectionRef connection = 0;
 };
 
 TEST_F(AheadTest, AnUnreadAnswerServesOneQuestionAndAChangeDropsIt) {

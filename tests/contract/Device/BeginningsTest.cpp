@@ -13,12 +13,10 @@ namespace quillbox::testing {
 namespace {
 
 /// Files whose beginning comes with their opening, since those before them were read from there.
-class BeginningsTest : public DeviceTest {
+class BeginningsTest : public PlainDeviceTest {
 protected:
     void begin() {
-        start({"--devices", "1", "--no-tls"});
-        ASSERT_NE(connected(), nullptr);
-        ASSERT_NE(connection = arrivalConnection, 0U);
+        PlainDeviceTest::begin();
         onThread([this] {
             for (int i = 0; i < 4; ++i) {
                 makeFile("seen", 10, 's');
@@ -37,26 +35,6 @@ protected:
     }
 
     void close(AFCFileRef file) { EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess); }
-
-    void makeFile(const std::string& name, std::size_t size, char fill) const {
-        std::ofstream{simulator->media() / name} << std::string(size, fill);
-    }
-
-    std::string read(AFCFileRef file, std::int64_t offset, std::size_t size) {
-        std::string text(size, '\0');
-        std::uint64_t length = size;
-        EXPECT_EQ(afc().AFCFileRefSeek(connection, file, offset, 0), kAFCSuccess);
-        EXPECT_EQ(afc().AFCFileRefRead(connection, file, text.data(), &length), kAFCSuccess);
-        text.resize(length);
-        return text;
-    }
-
-    void onThread(const std::function<void()>& work) {
-        std::thread thread{work};
-        thread.join();
-    }
-
-    AFCConnectionRef connection = 0;
 };
 
 TEST_F(BeginningsTest, ComeInTheSameRoundTrip) {

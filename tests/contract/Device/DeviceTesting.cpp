@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <stdexcept>
 
 namespace quillbox::testing {
@@ -378,6 +379,26 @@ AFCError DeviceTest::info(AFCConnectionRef connection, const std::string& path,
     }
     const AFCError closed = afc().AFCKeyValueClose(answer);
     return error != 0 ? error : closed;
+}
+
+void PlainDeviceTest::begin() {
+    start({"--devices", "1", "--no-tls"});
+    ASSERT_NE(connected(), nullptr);
+    ASSERT_NE(connection = arrivalConnection, 0U);
+}
+
+void PlainDeviceTest::makeFile(const std::string& name, std::size_t size, char fill) const {
+    std::filesystem::create_directories((simulator->media() / name).parent_path());
+    std::ofstream{simulator->media() / name} << std::string(size, fill);
+}
+
+std::string PlainDeviceTest::read(AFCFileRef file, std::int64_t offset, std::size_t size) {
+    std::string text(size, '\0');
+    std::uint64_t length = size;
+    EXPECT_EQ(afc().AFCFileRefSeek(connection, file, offset, 0), kAFCSuccess);
+    EXPECT_EQ(afc().AFCFileRefRead(connection, file, text.data(), &length), kAFCSuccess);
+    text.resize(length);
+    return text;
 }
 
 }  // namespace quillbox::testing

@@ -157,4 +157,19 @@ private:
     static void notice(AMDeviceNotificationInfo* info, void* userData);
 };
 
+/// One device without TLS, and its connection: files are read as a volume's thread reads them.
+class PlainDeviceTest : public DeviceTest {
+protected:
+    void begin();
+
+    /// Makes a file in the device's media area.
+    void makeFile(const std::string& name, std::size_t size, char fill) const;
+    /// What is read at a place: fewer bytes at the end of the file.
+    std::string read(AFCFileRef file, std::int64_t offset, std::size_t size);
+
+    static void onThread(const std::function<void()>& work) { std::thread{work}.join(); }
+
+    AFCConnectionRef connection = 0;
+};
+
 }  // namespace quillbox::testing
