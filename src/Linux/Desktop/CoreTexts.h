@@ -53,10 +53,10 @@ inline constexpr std::array kCoreTexts{
     QT_TRANSLATE_NOOP("Core", "it is attached and does not answer: it is tried again"),
     QT_TRANSLATE_NOOP("Core", "it refused to be paired: unplug, plug in again and tap Trust"),
     QT_TRANSLATE_NOOP("Core", "data is still being written"),
+    QT_TRANSLATE_NOOP("Core", "another change of the same device"),
     // A device that has not told its name.
     QT_TRANSLATE_NOOP("Core", "Device"),
     QT_TRANSLATE_NOOP("Core", "the device"),
-    QT_TRANSLATE_NOOP("Core", "another change of the same device"),
 };
 
 /// Texts around values; a value stands for whatever is found in its place.
