@@ -163,6 +163,7 @@ class Quillbox:
         self.preferences = preferences or os.path.join(folder, "preferences.plist")
         self.log_path = os.path.join(folder, "quillbox.log")
         self.log = open(self.log_path, "ab")
+        self.log_begin = self.log.tell()  # what stands before is of another run
         os.makedirs(self.volumes, exist_ok=True)
         home = os.path.join(folder, "home")
         os.makedirs(home, exist_ok=True)
@@ -194,7 +195,17 @@ class Quillbox:
         # folder that takes its place is a folder but no mount.
         wait_for(lambda: os.path.isdir(path) and is_mounted(path), seconds * PATIENCE,
                  f"{name} is mounted and answers")
+        # The kernel's table has a volume before the program's list, menu and preferences do.
+        wait_for(lambda: self.told_mounted(path), seconds * PATIENCE, f"the program says that {name} is mounted")
         return path
+
+    def told_mounted(self, path):
+        """Whether its log says that a volume is mounted: what is asked of the program from then on counts it."""
+        with open(self.log_path, "rb") as log:
+            log.seek(self.log_begin)
+            text = log.read()
+        place = os.fsencode(path) + b".\n"
+        return text.count(b" is mounted at " + place) > text.count(b" is no longer mounted at " + place)
 
     def wait_gone(self, name, seconds=2.0):
         path = self.volume(name)
