@@ -8,10 +8,10 @@ BUILD_PACKAGES=(build-essential ca-certificates ccache cmake fuse3 git libfuse3-
     libplist-dev librsvg2-bin libssl-dev libusbmuxd-dev libxcb1-dev ninja-build pkg-config qt6-base-dev
     qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools xdg-utils)
 
-TEST_PACKAGES=("${BUILD_PACKAGES[@]}" appstream attr bash clang-format-14 clang-tidy-14 coreutils dbus-bin
-    dbus-daemon desktop-file-utils findutils fish groff-base icnsutils imagemagick libglib2.0-bin libgtest-dev
-    libimobiledevice-utils libjpeg-turbo-progs lxqt-panel openbox procps psmisc python3 python3-dbus python3-gi rsync tar
-    tint2 util-linux x11-utils xclip xdotool xvfb zsh)
+TEST_PACKAGES=("${BUILD_PACKAGES[@]}" appstream at-spi2-core attr bash clang-format-14 clang-tidy-14 coreutils dbus-bin
+    dbus-daemon desktop-file-utils findutils fish gir1.2-atspi-2.0 groff-base icnsutils imagemagick libglib2.0-bin
+    libgtest-dev libimobiledevice-utils libjpeg-turbo-progs lxqt-panel openbox procps psmisc python3 python3-dbus
+    python3-gi rsync tar tint2 util-linux x11-utils xclip xdotool xvfb zsh)
 
 # install_packages PURPOSE PACKAGE... : installs those that are missing, and says so. Nothing is asked for.
 install_packages() {

@@ -16,6 +16,13 @@ constexpr int kFullBar = 1000;
 constexpr int kValueColumn = 1;
 constexpr std::string_view kNoValue("Not available");
 
+/// Tells a text by pointer where its field is too short for it, and a screen reader without the
+/// markup of the former.
+void tellWhole(QWidget& field, const QString& whole) {
+    field.setToolTip(literal(whole));
+    field.setAccessibleDescription(whole);
+}
+
 }  // namespace
 
 void BoundLineEdit::setStringValue(const std::string& value) {
@@ -23,7 +30,7 @@ void BoundLineEdit::setStringValue(const std::string& value) {
     widget_.setText(widget_.isReadOnly() ? shownValue(value) : text(value));
     widget_.setCursorPosition(0);
     if (widget_.isReadOnly()) {
-        widget_.setToolTip(literal(widget_.text()));  // where the field is too short for it
+        tellWhole(widget_, widget_.text());
     }
 }
 
@@ -106,7 +113,7 @@ void BoundImageView::setImage(const std::optional<Image>& image) {
 void BoundPathControl::setPath(const std::string& path) {
     widget_.setText(text(path));
     widget_.setCursorPosition(0);
-    widget_.setToolTip(literal(text(path)));
+    tellWhole(widget_, text(path));
 }
 
 }  // namespace quillbox::desktop
