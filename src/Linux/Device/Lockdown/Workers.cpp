@@ -3,6 +3,8 @@
 
 #include <pthread.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <list>
 #include <utility>
 
@@ -19,6 +21,20 @@ void join(std::list<std::thread>& threads) {
             thread.join();
         }
     }
+}
+
+/// A thread that is still inside a library must not meet what that library cleans up at the
+/// process's end: what was registered to happen then before this is left out.
+void leaveOutTheCleanUp() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        ::on_exit(
+            [](int status, void*) {
+                std::fflush(nullptr);
+                std::_Exit(status);
+            },
+            nullptr);
+    });
 }
 
 }  // namespace
@@ -144,6 +160,9 @@ bool Workers::stop(std::chrono::milliseconds limit) {
     const bool ended =
         state_->threadEnded.wait_for(lock, limit, [this] { return state_->threads.empty(); });
     std::list<std::thread> finished = std::exchange(state_->finished, {});
+    if (!ended) {
+        leaveOutTheCleanUp();
+    }
     // One that is stuck inside a library cannot be joined.
     for (std::thread& stuck : state_->threads) {
         if (stuck.joinable()) {

@@ -32,7 +32,8 @@ public:
     void postAfter(std::chrono::milliseconds pause, Job job);
 
     /// No job begins any more. Waits until those that run have ended, at most this long; returns
-    /// whether they have. A thread that is stuck inside a library is left behind.
+    /// whether they have. A thread that is stuck inside a library is left behind; the process ends
+    /// with its status then, but without the cleaning up of libraries, which that thread may be in.
     bool stop(std::chrono::milliseconds limit);
 
 private:
