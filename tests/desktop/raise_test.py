@@ -51,6 +51,7 @@ class Raised(DesktopTest):
         close(WELCOME)
         close(MENU_WINDOW)
         self.ask("Activate", "a{sv}", dbus.Dictionary({}, "sv"))
+        self.desktop.wait_window(WELCOME)
         self.desktop.focus(MENU_WINDOW)
         self.desktop.keys("shift+Tab", "space")  # its last entry
         self.assertEqual(self.quillbox.process.wait(20 * PATIENCE), 0)

@@ -159,11 +159,15 @@ class Desktop:
         wait_for(lambda: not self.windows(title), 20 * PATIENCE, f"no window titled {title}")
 
     def focus(self, title):
-        """Gives a window the keyboard, as a click on its title does."""
+        """Gives a window the keyboard, as clicks on its title do: another that opens may take it away again."""
         window = self.wait_window(title)
-        self.tool("xdotool", "windowactivate", "--sync", window)
-        wait_for(lambda: self.tool("xdotool", "getwindowfocus", check=False).strip() == window, 20 * PATIENCE,
-                 f"{title} has the keyboard")
+
+        def has_keyboard():
+            if self.tool("xdotool", "getwindowfocus", check=False).strip() == window:
+                return True
+            self.tool("xdotool", "windowactivate", window)
+            return False
+        wait_for(has_keyboard, 20 * PATIENCE, f"{title} has the keyboard")
         return window
 
     def keys(self, *names):
