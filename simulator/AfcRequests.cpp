@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "AfcService.h"
+#include "AfcRequests.h"
+
 #include "Wire/AfcLists.h"
-#include "Wire/AfcParameters.h"
 
 #include <sys/file.h>
 

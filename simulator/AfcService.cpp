@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "AfcService.h"
 
+#include "AfcRequests.h"
 #include "AfcSpoiler.h"
 
 #include <algorithm>

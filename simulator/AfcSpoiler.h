@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "AfcService.h"
+#include "AfcRequests.h"
+#include "Faults.h"
+#include "Stream.h"
 
 namespace quillbox::simulator {
 

@@ -2,10 +2,14 @@
 #pragma once
 
 #include "Arguments.h"
-#include "Commands.h"
+#include "Simulation.h"
 
+#include <memory>
+#include <set>
 #include <span>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace quillbox::simulator {
 

@@ -2,6 +2,7 @@
 #include "Lockdown.h"
 #include "LockdownValues.h"
 #include "Multiplexer.h"
+#include "Services.h"
 
 #include <arpa/inet.h>
 #include <poll.h>

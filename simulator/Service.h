@@ -32,7 +32,4 @@ struct ServiceContext {
 /// Goes over to TLS with the pairing's certificates; false when the client cannot show one of them.
 [[nodiscard]] bool secure(ServiceContext& context, const Pairing& pairing);
 
-/// Serves a started service until its client leaves. The calling thread is the service's.
-void serve(ServiceContext& context, const StartedService& service);
-
 }  // namespace quillbox::simulator

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "AfcService.h"
+#include "AfcRequests.h"
 #include "TemporaryFolder.h"
 #include "Wire/AfcLists.h"
 
