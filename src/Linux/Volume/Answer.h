@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Linux/Volume/FuseCaller.h"
-#include "Linux/Volume/Trampolines.h"
+#include "Linux/Volume/Served.h"
 
 #include <optional>
 #include <utility>

@@ -52,7 +52,7 @@ private:
 }  // namespace
 
 FuseUserFileSystems::FuseUserFileSystems(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                                         BackingFactory backing)
+                                         volume::BackingFactory backing)
     : volumes_(std::make_shared<volume::VolumeCollection>(loop, notifications, log,
                                                           std::move(backing))) {}
 

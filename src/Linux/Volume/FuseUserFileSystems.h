@@ -5,9 +5,8 @@
 #include "Core/Platform/NotificationCenter.h"
 #include "Core/Platform/RunLoop.h"
 #include "Core/Platform/UserFileSystem.h"
-#include "Core/Platform/VolumeBacking.h"
+#include "Linux/Volume/BackingFactory.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,13 +22,8 @@ class VolumeCollection;
 /// before what the delegates need.
 class FuseUserFileSystems final : public UserFileSystems {
 public:
-    /// Makes the backing of a volume when it is mounted, on the main thread; it belongs to the
-    /// volume and goes with it. A mount fails where it is null.
-    using BackingFactory = std::function<std::unique_ptr<VolumeBacking>(
-        std::weak_ptr<GMUserFileSystemDelegate> delegate)>;
-
     FuseUserFileSystems(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                        BackingFactory backing);
+                        volume::BackingFactory backing);
     ~FuseUserFileSystems() override;
 
     /// The volume object may outlive this one; it then mounts nothing any more.

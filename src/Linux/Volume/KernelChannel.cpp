@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Volume/KernelChannel.h"
 
-#include "Linux/Volume/Trampolines.h"
+#include "Linux/Volume/Served.h"
 
 #include <cstring>
 #include <linux/fuse.h>

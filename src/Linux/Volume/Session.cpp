@@ -2,6 +2,7 @@
 #include "Linux/Volume/Session.h"
 
 #include "Linux/Volume/KernelChannel.h"
+#include "Linux/Volume/Trampolines.h"
 
 #include <array>
 #include <cerrno>

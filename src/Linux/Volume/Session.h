@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Linux/Volume/RequestLoop.h"
-#include "Linux/Volume/Trampolines.h"
+#include "Linux/Volume/Served.h"
 
 #include <memory>
 #include <string>

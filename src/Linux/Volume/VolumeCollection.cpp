@@ -24,7 +24,7 @@ constexpr auto kAbortTime = std::chrono::milliseconds(700);
 }  // namespace
 
 VolumeCollection::VolumeCollection(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                                   FuseUserFileSystems::BackingFactory backing)
+                                   BackingFactory backing)
     : main_(std::make_shared<MainThread>(loop, notifications, log)),
       backing_(std::move(backing)),
       caretaker_(std::make_unique<Caretaker>([this] { checkPresence(); })) {}

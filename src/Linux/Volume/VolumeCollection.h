@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Core/Platform/AFC.h"
+#include "Linux/Volume/BackingFactory.h"
 #include "Linux/Volume/Caretaker.h"
-#include "Linux/Volume/FuseUserFileSystems.h"
 #include "Linux/Volume/Volume.h"
 
 #include <chrono>
@@ -19,7 +19,7 @@ namespace quillbox::volume {
 class VolumeCollection : public std::enable_shared_from_this<VolumeCollection> {
 public:
     VolumeCollection(RunLoop& loop, NotificationCenter& notifications, Log& log,
-                     FuseUserFileSystems::BackingFactory backing);
+                     BackingFactory backing);
 
     /// What one mount is made of.
     struct Wish {
@@ -54,7 +54,7 @@ private:
     bool isTaken(const std::string& path) const;
 
     const std::shared_ptr<MainThread> main_;
-    const FuseUserFileSystems::BackingFactory backing_;
+    const BackingFactory backing_;
     bool isClosed_ = false;  ///< main thread only
     mutable std::mutex mutex_;
     std::vector<std::shared_ptr<Volume>> volumes_;
