@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Control/Doctor.h"
 
+#include "Linux/Control/Calling.h"
 #include "Linux/Control/Json.h"
 #include "Linux/Control/Rendering.h"
-#include "Linux/Control/VerbDesk.h"
 
 #include <algorithm>
 #include <array>

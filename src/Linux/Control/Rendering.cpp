@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Control/Rendering.h"
 
+#include "Linux/Control/Calling.h"
 #include "Linux/Control/Json.h"
-#include "Linux/Control/VerbDesk.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "Linux/Control/Calling.h"
 #include "Linux/Control/Rendering.h"
 #include "Linux/Control/VerbDesk.h"
 #include "Linux/Control/Verbs.h"
