@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Desktop/ImageDecoding.h"
 
-#include "Linux/Desktop/Images.h"
+#include "Core/Platform/Imaging.h"
 #include "Linux/Desktop/JpegHeader.h"
 
 #include <QBuffer>
@@ -37,7 +37,7 @@ bool fitsWhileDecoding(const QByteArray& data, const char* format, const QSize& 
     constexpr double kBytesACoefficient = 2;
     return !frame.isProgressive || kBytesACoefficient * frame.components * size.width() *
                                            static_cast<double>(size.height()) <=
-                                       Images::kMostBytesDecoding;
+                                       kMostBytesDecoding;
 }
 
 QImage inOurFormat(QImage image) {
@@ -64,7 +64,7 @@ std::shared_ptr<const Picture> decodedPicture(const QByteArray& data) {
     reader.setAutoDetectImageFormat(false);
     const QSize whole = reader.size();
     const Size size{static_cast<double>(whole.width()), static_cast<double>(whole.height())};
-    if (whole.isEmpty() || size.width * size.height > Images::kMostPixelsDecoded ||
+    if (whole.isEmpty() || size.width * size.height > kMostPixelsDecoded ||
         !fitsWhileDecoding(data, format, whole)) {
         return nullptr;
     }

@@ -7,17 +7,9 @@
 namespace quillbox::desktop {
 
 /// Imaging by Qt's raster painter. Needs neither a display nor an application object.
-///
-/// Decodes JPEG, PNG, GIF (the first picture) and BMP, and turns embedded colour profiles into
-/// sRGB. A picture does not decode when it has more than `kMostPixelsDecoded` pixels or takes more
-/// than `kMostBytesDecoding` bytes on the way to its scaled size: baseline JPEG and plain 8-bit PNG
-/// are scaled while they are read and take little, progressive JPEG, interlaced or 16-bit PNG, GIF
-/// and BMP are held whole.
+/// What it decodes, and within which limits: `decodedPicture`.
 class Images final : public Imaging {
 public:
-    /// 16,384 by 16,384.
-    static constexpr double kMostPixelsDecoded = 268'435'456;
-    static constexpr double kMostBytesDecoding = 268'435'456;
     /// Longer files are not read.
     static constexpr std::int64_t kLongestFile = 268'435'456;
 
