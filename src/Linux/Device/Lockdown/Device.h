@@ -23,12 +23,12 @@ namespace quillbox::device {
 /// One attached device from its arrival to its departure: how it is reached, what it is called, and
 /// everything that must end at once when it leaves. Any thread. Shared by the jobs that work for
 /// it, the connections that are open on it and its record.
-class Device {
+class Device final : public LockdownPeer {
 public:
     Device(std::string udid, std::shared_ptr<PlatformLink> platform, const DeviceOptions& options);
     ~Device();
 
-    const std::string& udid() const { return udid_; }
+    const std::string& udid() const override { return udid_; }
 
     const DeviceOptions& options() const { return options_; }
 
@@ -43,17 +43,14 @@ public:
     /// As the device told them; empty while it did not.
     std::string knownName() const;
     std::string knownSerialNumber() const;
-    void setName(const std::string& name, const std::string& serialNumber);
+    void setName(const std::string& name, const std::string& serialNumber) override;
     /// The serial number as far as it is known, else the identifier.
     std::string serialNumber() const;
 
-    /// False once it left or everything stops.
-    bool isAttached() const { return attached_; }
+    bool isAttached() const override { return attached_; }
 
-    /// Opens a connection to a port of the device, in the clear. Blocks: the multiplexer's answer,
-    /// 5 s at most.
     Failure connect(std::uint16_t port, std::chrono::milliseconds noProgress,
-                    std::unique_ptr<ServiceConnection>& connection);
+                    std::unique_ptr<ServiceConnection>& connection) override;
 
     /// Breaks every connection of the device; none can be opened from now on.
     void leave();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Device/Lockdown/LockdownLink.h"
 
-#include "Linux/Device/Lockdown/Device.h"
 #include "Linux/Device/Streams/PropertyListChannel.h"
 #include "Linux/Device/Streams/PropertyLists.h"
 

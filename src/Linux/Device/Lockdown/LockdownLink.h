@@ -16,7 +16,26 @@
 
 namespace quillbox::device {
 
-class Device;
+/// The device that a conversation is with. Any thread.
+class LockdownPeer {
+public:
+    LockdownPeer(const LockdownPeer&) = delete;
+    LockdownPeer& operator=(const LockdownPeer&) = delete;
+
+    virtual const std::string& udid() const = 0;
+    /// False once it left or everything stops.
+    virtual bool isAttached() const = 0;
+    /// Opens a connection to a port of the device, in the clear. Blocks: the multiplexer's answer,
+    /// 5 s at most.
+    virtual Failure connect(std::uint16_t port, std::chrono::milliseconds noProgress,
+                            std::unique_ptr<ServiceConnection>& connection) = 0;
+    /// What it calls itself; an empty text where it does not say.
+    virtual void setName(const std::string& name, const std::string& serialNumber) = 0;
+
+protected:
+    LockdownPeer() = default;
+    ~LockdownPeer() = default;
+};
 
 /// The one conversation with a device's lockdown service: connection, session, values, service
 /// starts. It is opened when it is first needed and opened again when the device ended it while it
@@ -24,7 +43,8 @@ class Device;
 /// blocks for the device, bounded by `noProgress` a question.
 class LockdownLink {
 public:
-    explicit LockdownLink(Device& device) : device_{device} {}
+    /// The device must outlive this.
+    explicit LockdownLink(LockdownPeer& device) : device_{device} {}
 
     /// A connection to lockdown that answers.
     Failure ensureConnected(std::chrono::milliseconds noProgress);
@@ -66,7 +86,7 @@ private:
     void learnName(Milliseconds noProgress);
     void closeLocked();
 
-    Device& device_;
+    LockdownPeer& device_;
     std::mutex mutex_;
     std::unique_ptr<ServiceConnection> connection_;
     std::optional<std::string> session_;  ///< its identifier
