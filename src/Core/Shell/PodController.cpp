@@ -8,6 +8,7 @@
 #include "Core/Volumes/CommonData.h"
 #include "Core/Volumes/iPodDevice.h"
 #include "Core/Windows/AboutThisApp.h"
+#include "Core/Windows/AllWindows.h"
 #include "Core/Windows/PreferencesController.h"
 #include "Core/Windows/WelcomeController.h"
 

@@ -2,9 +2,7 @@
 #include "Core/Volumes/CommonData.h"
 
 #include "Core/Settings/CameraRollSwitch.h"
-#include "Core/Volumes/iPodDevice.h"
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace quillbox {
@@ -55,26 +53,6 @@ std::vector<std::shared_ptr<iPodDevice>> CommonData::connectedDevices() const {
 
 bool CommonData::isChangeNameOnCopyImages2DCIM() {
     return quillbox::isChangeNameOnCopyImages2DCIM(sharedInstance().platform().preferences);
-}
-
-bool CommonData::allDevicesAreUnmounted() const {
-    const auto devices = connectedDevices();
-    return std::none_of(devices.begin(), devices.end(),
-                        [](const auto& device) { return device->isMounted(); });
-}
-
-void CommonData::revealInFinder() const {
-    for (const auto& device : connectedDevices()) {
-        if (device->isMounted()) {
-            device->revealInFinder();
-        }
-    }
-}
-
-void CommonData::disconnectAllDevices() const {
-    for (const auto& device : connectedDevices()) {
-        device->stopMount();
-    }
 }
 
 std::shared_ptr<MenuItem> CommonData::makePlaceholderItem() {

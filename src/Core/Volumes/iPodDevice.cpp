@@ -4,7 +4,6 @@
 #include "Core/Platform/LogLine.h"
 #include "Core/Session/PodPhone.h"
 #include "Core/Volumes/CommonData.h"
-#include "Core/Volumes/MFDiskFilesystem.h"
 #include "Core/Volumes/NotificationNames.h"
 
 namespace quillbox {

@@ -229,7 +229,7 @@ private:
     std::unique_ptr<GMUserFileSystem> gmUserFileSys_;
     /// Every adapter that this device ever handed out, the current one last: a volume that is not
     /// quite gone may still call an older one. One pointer's worth for each mount.
-    std::vector<std::unique_ptr<MFDiskFilesystem>> adapters_;
+    std::vector<std::shared_ptr<MFDiskFilesystem>> adapters_;
 
     std::shared_ptr<MenuItem> mi_deviceMenu_;
     std::shared_ptr<MenuItem> submi_startMount_;

@@ -2,10 +2,6 @@
 #include "Core/Windows/WindowController.h"
 
 #include "Core/Volumes/CommonData.h"
-#include "Core/Windows/AboutThisApp.h"
-#include "Core/Windows/AboutThisDevice.h"
-#include "Core/Windows/PreferencesController.h"
-#include "Core/Windows/WelcomeController.h"
 
 namespace quillbox {
 
@@ -21,13 +17,6 @@ void WindowController::present() const {
     application.arrangeInFront();
     window().showWindow(nullptr);
     application.activate(true);
-}
-
-void resetWindowControllers() {
-    AboutThisDevice::resetSharedInstance();
-    AboutThisApp::resetSharedInstance();
-    WelcomeController::resetSharedInstance();
-    PreferencesController::resetSharedInstance();
 }
 
 }  // namespace quillbox

@@ -58,8 +58,4 @@ private:
     std::unique_ptr<InterfaceFile> file_;
 };
 
-/// Forgets every controller of a window, and with it its window. The next use makes a new one. For
-/// tests, and for the end of the program, while the platform is still there.
-void resetWindowControllers();
-
 }  // namespace quillbox

@@ -4,7 +4,7 @@
 #include "Core/Session/PodPhone.h"
 #include "Core/Settings/CachedFlags.h"
 #include "Core/Volumes/CommonData.h"
-#include "Core/Windows/WindowController.h"
+#include "Core/Windows/AllWindows.h"
 #include "FakeAFC.h"
 #include "FakeDesktop.h"
 #include "FakeHost.h"
