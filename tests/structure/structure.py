@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Holds the tree to its own rules: which room may include which, and what every source looks like.
+"""Holds the tree to its own rules: which room may include which, that no sources include each other, and what every
+source looks like.
 
     python3 structure.py [ROOT]
 
@@ -7,6 +8,7 @@ Prints one line for each breach and ends with 1 when there is one. Only files th
 about to be) are read.
 """
 
+import graphlib
 import os
 import re
 import subprocess
@@ -131,6 +133,32 @@ def check_source(root, path, files):
     return [each for each in breaches if each]
 
 
+def included(path, line, files):
+    """The file of the tree that a line of a source includes, or None."""
+    found = INCLUDE.match(line)
+    if not found or found.group(1) == "<":
+        return None
+    places = (os.path.join(os.path.dirname(path), found.group(2)), os.path.join("src", found.group(2)))
+    return next((each for each in map(os.path.normpath, places) if each in files), None)
+
+
+def check_circles(root, files):
+    """A header with its source is one unit: units that use each other cannot be read one after the other."""
+    graph = {}
+    for path in files:
+        if path.endswith(SOURCES) and path.startswith(("src/", "simulator/")):
+            unit = os.path.splitext(path)[0]
+            uses = graph.setdefault(unit, set())
+            with open(os.path.join(root, path), encoding="utf-8") as source:
+                targets = [included(path, line, files) for line in source]
+            uses |= {os.path.splitext(each)[0] for each in targets if each} - {unit}
+    try:
+        graphlib.TopologicalSorter(graph).prepare()
+    except graphlib.CycleError as error:
+        return ["a circle of includes: " + " -> ".join(reversed(error.args[1]))]
+    return []
+
+
 def check_script(root, path):
     with open(os.path.join(root, path), encoding="utf-8") as script:
         head = [script.readline(), script.readline()]
@@ -161,6 +189,7 @@ def breaches(root):
             found += check_script(root, path)
         elif path.endswith(".ui"):
             found += check_form(root, path)
+    found += check_circles(root, files)
     if sources == 0:
         found.append(f"{root}: no source was found")
     return found

@@ -68,6 +68,27 @@ class TheCheck(unittest.TestCase):
             with self.subTest(path=path, target=target):
                 self.assert_refused(path, f'"{target}"', "may not use")
 
+    def test_sources_that_include_each_other_are_refused(self):
+        for folder in ("src/Core/Session", "simulator"):
+            header = os.path.join(folder, "PlantedBelow.h")
+            rooted = header.removeprefix("src/")
+            planted = os.path.join(self.folder, header)
+            with open(planted, "w", encoding="utf-8") as file:
+                file.write(f'{LICENCE}#pragma once\n#include "{rooted.replace("Below", "").removeprefix("simulator/")}"\n')
+            # A header and its source are one: this circle is of two.
+            other = os.path.join(self.folder, folder, "Planted.h")
+            with open(other, "w", encoding="utf-8") as file:
+                file.write(LICENCE + "#pragma once\n")
+            try:
+                found = self.plant(os.path.join(folder, "Planted.cpp"),
+                                   f'{LICENCE}#include "{rooted.removeprefix("simulator/")}"\n')
+            finally:
+                os.remove(planted)
+                os.remove(other)
+            self.assertEqual(len(found), 1, found)
+            self.assertTrue(found[0].startswith("a circle of includes: "), found)
+            self.assertIn(f"{folder}/PlantedBelow", found[0])
+
     def test_folders_of_the_core_use_only_what_lies_below_them(self):
         for upper in ("Settings", "Session", "Volumes", "Shell"):
             header = f"src/Core/{upper}/PlantedUpper.h"
