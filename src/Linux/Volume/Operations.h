@@ -176,8 +176,9 @@ private:
     Result<Entry> freshEntry(NodeId parent, const std::string& name, const std::string& path);
     /// The path for a new item, or why there can be none.
     Result<std::string> newPath(NodeId parent, const std::string& name) const;
-    /// The attributes of a node, in a turn of the queue.
+    /// What a program hears that came to a node by its name.
     static Failure stale(NodeId node, int error);
+    /// The attributes of a node, in a turn of the queue.
     Result<struct stat> refresh(NodeId node, const GMUserData& userData);
     Result<struct stat> changeRemoved(NodeId node, const std::optional<OpenFile>& file,
                                       const Changes& changes);

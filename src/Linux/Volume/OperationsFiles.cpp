@@ -37,7 +37,7 @@ Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
         return turn.failure();
     }
     if (nodes_.isRemoved(node)) {
-        return Failure{ENOENT};
+        return Failure{ESTALE};  // another item may have the name by now
     }
     sendGathered(node);
     const std::string path = *nodes_.path(node);
@@ -46,14 +46,14 @@ Result<HandleId> Operations::open(Caller& caller, NodeId node, int flags) {
         return delegate_.openFileAtPath(path, flags & kDelegateFlags, &userData, error);
     });
     if (!opened) {
-        return opened.failure();
+        return stale(node, opened.error());
     }
     if ((flags & O_TRUNC) != 0) {
         // A file that is open for reading only is cut by its path.
         const auto cut = resize(node, path, isForWriting(flags) ? userData : nullptr, 0);
         if (!cut) {
             delegate_.releaseFileAtPath(path, userData);
-            return cut.failure();
+            return stale(node, cut.error());
         }
     }
     nodes_.hold(node);

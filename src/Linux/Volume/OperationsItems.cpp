@@ -269,7 +269,7 @@ Result<struct stat> Operations::change(Caller& caller, NodeId node, std::optiona
     const GMUserData userData = file ? file->userData : nullptr;
     const auto applied = applyChanges(node, *path, userData, changes);
     if (!applied) {
-        return applied.failure();
+        return file ? applied.failure() : stale(node, applied.error());
     }
     return refresh(node, userData);
 }

@@ -116,13 +116,13 @@ Result<Entry> Operations::makeLink(Caller& caller, NodeId node, NodeId parent,
         return path.failure();
     }
     if (nodes_.isRemoved(node)) {
-        return Failure{ENOENT};
+        return Failure{ESTALE};
     }
     const std::string existing = *nodes_.path(node);
     const auto made =
         ask([&](GMErrorOut error) { return delegate_.linkItemAtPath(existing, *path, error); });
     if (!made) {
-        return made.failure();
+        return stale(node, made.error());
     }
     nodes_.linked(existing, parent, name);
     return freshEntry(parent, name, *path);
@@ -134,13 +134,13 @@ Result<std::string> Operations::symbolicLinkTarget(Caller& caller, NodeId node) 
         return turn.failure();
     }
     if (nodes_.isRemoved(node)) {
-        return Failure{ENOENT};
+        return Failure{ESTALE};
     }
     const std::string path = *nodes_.path(node);
     auto target = ask(
         [&](GMErrorOut error) { return delegate_.destinationOfSymbolicLinkAtPath(path, error); });
     if (!target) {
-        return target.failure();
+        return stale(node, target.error());
     }
     if (target->empty() || target->size() >= PATH_MAX || target->find('\0') != std::string::npos) {
         return Failure{EIO};

@@ -316,6 +316,21 @@ TEST_F(OperationsOverADelegate, RefuseATopThatIsNoFolder) {
     EXPECT_EQ(operations.attributes(caller, kRootNode, std::nullopt).error(), EIO);
 }
 
+TEST_F(OperationsOverADelegate, SendAnOldItemsProgramBackToTheName) {
+    const auto old = operations.lookUp(caller, kRootNode, "a");
+    device->put("/b", "B");
+    ASSERT_TRUE(operations.rename(caller, kRootNode, "b", kRootNode, "a", 0));
+    EXPECT_EQ(operations.open(caller, old->node, O_RDONLY).error(), ESTALE);
+    EXPECT_EQ(operations.symbolicLinkTarget(caller, old->node).error(), ESTALE);
+    EXPECT_EQ(operations.makeLink(caller, old->node, kRootNode, "c").error(), ESTALE);
+    const auto fresh = operations.lookUp(caller, kRootNode, "a");
+    EXPECT_EQ(device->remove("/a"), kAFCSuccess);
+    EXPECT_EQ(operations.open(caller, fresh->node, O_RDONLY).error(), ESTALE);
+    Changes changes;
+    changes.size = 1;
+    EXPECT_EQ(operations.change(caller, fresh->node, std::nullopt, changes).error(), ESTALE);
+}
+
 TEST(GatheredWrites, TakeWhatGoesOnAndNothingElse) {
     GatheredWrites gathered;
     EXPECT_TRUE(gathered.isEmpty());
