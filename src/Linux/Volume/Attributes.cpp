@@ -102,7 +102,9 @@ struct statvfs statvfsOf(const PropertyDictionary& attributes) {
     result.f_bsize = kVolumeBlock;
     result.f_frsize = kVolumeBlock;
     result.f_blocks = unsignedAt(attributes, NSFileSystemSize) / kVolumeBlock;
-    result.f_bfree = unsignedAt(attributes, NSFileSystemFreeSize) / kVolumeBlock;
+    // Some devices count as free what they could clear away, and come to more than there is.
+    result.f_bfree = std::min<fsblkcnt_t>(
+        result.f_blocks, unsignedAt(attributes, NSFileSystemFreeSize) / kVolumeBlock);
     result.f_bavail = result.f_bfree;
     result.f_files = unsignedAt(attributes, NSFileSystemNodes);
     result.f_ffree = unsignedAt(attributes, NSFileSystemFreeNodes);
