@@ -123,7 +123,9 @@ Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::strin
     if (attributes) {
         return entry(parent, name, *attributes);
     }
-    if (attributes.error() == ENOENT && parent == kRootNode && name == kVolumeInformationName) {
+    // A device that serves only an application's documents permits nothing beside them.
+    const bool isNotThere = attributes.error() == ENOENT || attributes.error() == EACCES;
+    if (isNotThere && parent == kRootNode && name == kVolumeInformationName) {
         return virtualEntry(parent, name);
     }
     if (attributes.error() == ENOENT) {
