@@ -18,16 +18,46 @@ namespace quillbox::volume {
 using HandleId = std::uint64_t;
 
 /// What becomes of the writes of one open file after they were answered. Any thread.
-struct Writing {
+class Writing {
+public:
     std::atomic<bool> isDirty{false};  ///< something was written since the last flush
-    std::atomic<int> failure{0};       ///< an errno number that nobody was told of
 
+    /// Keeps an errno number that whoever wrote was not told of; an earlier one stays.
     void note(int error) {
-        int none = 0;
-        failure.compare_exchange_strong(none, error);
+        std::uint64_t none = 0;
+        failure_.compare_exchange_strong(none, ++failures_ << kNumberBits |
+                                                   static_cast<std::uint64_t>(error));
     }
 
-    int take() { return failure.exchange(0); }
+    /// The errno number, for whoever wrote; 0 when there is none.
+    int take() { return numberOf(failure_.exchange(0)); }
+
+    /// The errno number that another open of the same file is told of, once; it stays here for
+    /// whoever wrote.
+    int tell(Writing& other) const {
+        const std::uint64_t failure = failure_;
+        std::uint64_t heard = other.heard_;
+        while (failure > heard) {
+            if (other.heard_.compare_exchange_weak(heard, failure)) {
+                return numberOf(failure);
+            }
+        }
+        return 0;
+    }
+
+    /// Whether a flush has anything to do or to tell.
+    bool isUnfinished() const { return isDirty || failure_ != 0; }
+
+private:
+    static constexpr unsigned kNumberBits = 16;
+
+    static int numberOf(std::uint64_t failure) {
+        return static_cast<int>(failure & ((1U << kNumberBits) - 1));
+    }
+
+    inline static std::atomic<std::uint64_t> failures_{0};  ///< of all files, so far
+    std::atomic<std::uint64_t> failure_{0};  ///< its place among all failures, and its number
+    std::atomic<std::uint64_t> heard_{0};    ///< the last failure of another open that was told
 };
 
 /// One open of one file.
@@ -65,6 +95,18 @@ public:
             }
         }
         return std::nullopt;
+    }
+
+    /// All writable opens.
+    std::vector<OpenFile> allWritable() const {
+        const std::lock_guard lock(mutex_);
+        std::vector<OpenFile> result;
+        for (const auto& [handle, file] : files_) {
+            if (file.isWritable) {
+                result.push_back(file);
+            }
+        }
+        return result;
     }
 
     std::vector<HandleId> handles() const {

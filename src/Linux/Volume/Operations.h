@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace quillbox::volume {
 
@@ -91,8 +92,11 @@ public:
     /// Answers before the device has. A failure is the next write's or flush's of that open file.
     Result<std::size_t> write(Caller& caller, HandleId handle, const char* buffer, std::size_t size,
                               std::int64_t offset);
-    /// What a close or a sync waits for: all that was written through a handle is on the device.
+    /// What a close waits for: all that was written through a handle is on the device.
     Result<Done> flush(Caller& caller, HandleId handle);
+    /// What a sync waits for: all that was written to the file is on the device, through whichever
+    /// handle. A failure of another handle's is told here once, and again to whoever wrote.
+    Result<Done> sync(Caller& caller, HandleId handle);
     /// The same for every open file; failures stay for whoever wrote.
     void finishAllWrites();
     /// Hands what was gathered so far to the device; failures stay for whoever wrote.
@@ -162,11 +166,14 @@ private:
 
     Result<std::size_t> writeNow(const OpenFile& file, const char* buffer, std::size_t size,
                                  std::int64_t offset);
+    Result<std::uint64_t> lengthBeyond(const OpenFile& file, std::uint64_t end);
     void send(const GatheredWrites::Run& run);
     /// Before anything is asked or done that must see what was written: of one file, or of all.
     void sendGathered(NodeId node);
     void sendAllGathered();
+    void settleWrites(const OpenFile& file);
     Result<Done> finishWrites(const OpenFile& file);
+    std::vector<OpenFile> unfinished(NodeId node) const;
     Result<struct stat> askAttributes(const std::string& path, const GMUserData& userData);
     Result<std::vector<std::string>> askListing(NodeId node, const std::string& path);
     Result<Done> askAbsence(const std::string& path);

@@ -112,6 +112,7 @@ Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const cha
     };
     file->writing->isDirty = true;
     if (isGathered()) {
+        file->writing->isDirty = true;  // a flush between may have come too early for these bytes
         return size;
     }
     const auto turn = queue_.enter(caller);
@@ -125,21 +126,25 @@ Result<std::size_t> Operations::write(Caller& caller, HandleId handle, const cha
     return isGathered() ? Result<std::size_t>(size) : writeNow(*file, buffer, size, offset);
 }
 
-// The caller has a turn.
-Result<Done> Operations::finishWrites(const OpenFile& file) {
+// Everything is on the device, or noted as failed. The caller has a turn.
+void Operations::settleWrites(const OpenFile& file) {
     sendGathered(file.node);
     backing_.beginCall();
-    const AFCError refusal = backing_.finishWrites(file.userData);
-    if (const int late = file.writing->take(); late != 0) {
-        return Failure{late};
+    if (const AFCError refusal = backing_.finishWrites(file.userData); refusal != kAFCSuccess) {
+        file.writing->note(errnoOfDevice(refusal));
     }
-    return refusal == kAFCSuccess ? Result<Done>(Done{})
-                                  : Result<Done>(Failure{errnoOfDevice(refusal)});
+}
+
+// The caller has a turn.
+Result<Done> Operations::finishWrites(const OpenFile& file) {
+    settleWrites(file);
+    const int late = file.writing->take();
+    return late == 0 ? Result<Done>(Done{}) : Result<Done>(Failure{late});
 }
 
 Result<Done> Operations::flush(Caller& caller, HandleId handle) {
     const auto file = files_.find(handle);
-    if (!file || file->isVirtual || !file->isWritable || !file->writing->isDirty) {
+    if (!file || file->isVirtual || !file->isWritable || !file->writing->isUnfinished()) {
         return Done{};
     }
     const auto turn = queue_.enter(caller);
@@ -148,6 +153,46 @@ Result<Done> Operations::flush(Caller& caller, HandleId handle) {
     }
     file->writing->isDirty = false;
     return finishWrites(*file);
+}
+
+// Whoever syncs a file asks for all that was written to it, through whichever open and name.
+std::vector<OpenFile> Operations::unfinished(NodeId node) const {
+    std::vector<OpenFile> result;
+    const auto own = nodes_.kept(node);
+    for (OpenFile& file : files_.allWritable()) {
+        const auto its = nodes_.kept(file.node);
+        const bool isSame = file.node == node || (own && its && own->st_ino == its->st_ino);
+        if (isSame && file.writing->isUnfinished()) {
+            result.push_back(std::move(file));
+        }
+    }
+    return result;
+}
+
+Result<Done> Operations::sync(Caller& caller, HandleId handle) {
+    const auto own = files_.find(handle);
+    if (!own || own->isVirtual || unfinished(own->node).empty()) {
+        return Done{};
+    }
+    const auto turn = queue_.enter(caller);
+    if (!turn) {
+        return turn.failure();
+    }
+    Result<Done> answer = Done{};
+    for (const OpenFile& file : unfinished(own->node)) {
+        int late = 0;
+        if (file.writing == own->writing) {
+            file.writing->isDirty = false;
+            late = finishWrites(file).error();
+        } else {
+            settleWrites(file);
+            late = file.writing->tell(*own->writing);
+        }
+        if (answer && late != 0) {
+            answer = Failure{late};
+        }
+    }
+    return answer;
 }
 
 void Operations::finishAllWrites() {

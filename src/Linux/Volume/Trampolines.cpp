@@ -231,7 +231,7 @@ void onFlush(fuse_req_t request, fuse_ino_t, fuse_file_info* file) {
 
 void onSync(fuse_req_t request, fuse_ino_t, int, fuse_file_info* file) {
     answerDone(request, [=](Operations& operations, Caller& caller) {
-        return operations.flush(caller, file->fh);
+        return operations.sync(caller, file->fh);
     });
 }
 
