@@ -128,6 +128,7 @@ Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buff
     sendGathered(file->node);
     const std::string path = nodes_.path(file->node).value_or("");
     std::size_t done = 0;
+    std::size_t doubted = size;
     // To the kernel a short answer is the end of the file, to a delegate it is not: so a short one
     // is trusted only where the known size says the same.
     while (done < size) {
@@ -143,11 +144,43 @@ Result<std::size_t> Operations::read(Caller& caller, HandleId handle, char* buff
             return Failure{EIO};
         }
         done += static_cast<std::size_t>(count);
-        if (count == 0 || static_cast<std::uint64_t>(offset) + done == nodes_.size(file->node)) {
+        const std::uint64_t end = static_cast<std::uint64_t>(offset) + done;
+        if (count == 0) {
+            const auto length = lengthBeyond(*file, end);
+            if (!length) {
+                return length.failure();
+            }
+            if (*length <= end) {
+                break;
+            }
+            if (doubted == done) {
+                return Failure{EIO};  // there is more, and it cannot be had
+            }
+            doubted = done;  // it may just have grown
+        } else if (end == nodes_.size(file->node)) {
             break;
         }
     }
     return done;
+}
+
+// How long a file is that was read to `end`: the known length is asked for anew where it says more,
+// since a copy that stops short of the file would pass for whole.
+Result<std::uint64_t> Operations::lengthBeyond(const OpenFile& file, std::uint64_t end) {
+    const std::uint64_t known = nodes_.size(file.node);
+    if (known <= end) {
+        return known;
+    }
+    if (nodes_.isRemoved(file.node)) {
+        // Nobody is left to ask. Another name of it may have cut it, else nobody has.
+        const auto kept = nodes_.kept(file.node);
+        return kept && kept->st_nlink > 0 ? end : known;
+    }
+    const auto attributes = refresh(file.node, file.userData);
+    if (!attributes) {
+        return Failure{attributes.error() == ETIMEDOUT ? ETIMEDOUT : EIO};
+    }
+    return static_cast<std::uint64_t>(attributes->st_size);
 }
 
 void Operations::useMoment() noexcept {
@@ -165,18 +198,26 @@ void Operations::release(HandleId handle) {
     if (!file) {
         return;
     }
-    if (!file->isVirtual) {
-        PatientCaller nobody;
-        if (const auto turn = queue_.enter(nobody)) {
-            if (file->isWritable && file->writing->isDirty) {
-                // Nobody is left to be told; a program that asked was told by its close.
-                (void)finishWrites(*file);
-            }
-            delegate_.releaseFileAtPath(nodes_.path(file->node).value_or(""), file->userData);
+    if (file->isVirtual) {
+        if (files_.take(handle)) {
+            nodes_.letGo(file->node);
         }
+        return;
     }
-    if (files_.take(handle)) {
-        nodes_.letGo(file->node);
+    PatientCaller nobody;
+    const auto turn = queue_.enter(nobody);
+    if (turn && file->isWritable && file->writing->isDirty) {
+        // Nobody is left to be told; a program that asked was told by its close.
+        (void)finishWrites(*file);
+    }
+    // Whoever has the next turn finds no file that is closed.
+    if (!files_.take(handle)) {
+        return;
+    }
+    const std::string path = nodes_.path(file->node).value_or("");
+    nodes_.letGo(file->node);
+    if (turn) {
+        delegate_.releaseFileAtPath(path, file->userData);
     }
 }
 

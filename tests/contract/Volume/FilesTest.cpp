@@ -56,6 +56,15 @@ TEST_F(FilesOnAVolume, ShortAnswersOfTheDelegateAreNotTheEnd) {
     EXPECT_EQ(contentOf(at("/long")), content);
 }
 
+TEST_F(FilesOnAVolume, AnEndBeforeTheEndIsAnError) {
+    device->put("/long", std::string(20'000, 'x'));
+    device->endReadsAt(8'192);
+    EXPECT_NE(shell("cat " + at("/long") + " > /dev/null 2>&1"), 0);
+    EXPECT_NE(shell("cp " + at("/long") + " " + folder.path() + "/copy 2>/dev/null"), 0);
+    device->endReadsAt(20'000);
+    EXPECT_EQ(contentOf(at("/long")).size(), 20'000U);
+}
+
 TEST_F(FilesOnAVolume, CopiesInBothDirectionsKeepEveryByte) {
     std::string content(3'000'000, '\0');
     for (std::size_t i = 0; i < content.size(); ++i) {

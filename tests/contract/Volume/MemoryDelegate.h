@@ -122,9 +122,17 @@ public:
 
     AFCError lastFailure() override { return MemoryDevice::lastFailure(); }
 
+    AFCError finishWrites(const GMUserData&) override {
+        ++finishes;
+        return finishFailure.exchange(0);
+    }
+
     AFCError setFileSize(const std::string& path, const GMUserData& userData,
                          std::uint64_t size) override;
     AFCError setModificationTime(const std::string& path, std::int64_t nanoseconds) override;
+
+    std::atomic<int> finishes = 0;           ///< how often writes were waited for
+    std::atomic<AFCError> finishFailure{0};  ///< what the next wait answers
 
 private:
     const std::shared_ptr<MemoryDevice> device_;

@@ -136,7 +136,8 @@ AFCError MemoryDevice::read(std::uint64_t file, std::uint64_t offset, std::size_
     }
     const std::string& content = found->second->content;
     const std::size_t start = std::min<std::size_t>(offset, content.size());
-    *bytes = content.substr(start, std::min(size, readLimit_));
+    const std::size_t end = std::max<std::size_t>(start, std::min(content.size(), readEnd_));
+    *bytes = content.substr(start, std::min({size, readLimit_, end - start}));
     return 0;
 }
 
@@ -325,6 +326,11 @@ std::size_t MemoryDevice::openFiles() const {
 void MemoryDevice::addRawNames(std::vector<std::string> names) {
     const std::lock_guard lock(mutex_);
     rawNames_ = std::move(names);
+}
+
+void MemoryDevice::endReadsAt(std::uint64_t offset) {
+    const std::lock_guard lock(mutex_);
+    readEnd_ = offset;
 }
 
 void MemoryDevice::limitReads(std::size_t most) {

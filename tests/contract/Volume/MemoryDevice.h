@@ -82,6 +82,8 @@ public:
     std::size_t openFiles() const;
     /// Names that `list` gives in addition, whatever they are.
     void addRawNames(std::vector<std::string> names);
+    /// Reads from this place on give nothing.
+    void endReadsAt(std::uint64_t offset);
     /// Reads give at most so many bytes at once.
     void limitReads(std::size_t most);
 
@@ -112,6 +114,7 @@ private:
     int held_ = 0;
     std::vector<std::string> rawNames_;
     std::size_t readLimit_ = SIZE_MAX;
+    std::uint64_t readEnd_ = UINT64_MAX;
 };
 
 }  // namespace quillbox::test

@@ -9,21 +9,15 @@
 #include "Linux/Volume/MountPoint.h"
 #include "Linux/Volume/MountTable.h"
 #include "Linux/Volume/Nodes.h"
-#include "Linux/Volume/Operations.h"
 #include "Linux/Volume/VolumeInformation.h"
 #include "MountedVolume.h"
 
 #include <atomic>
-#include <fcntl.h>
 #include <thread>
 
 namespace quillbox::volume {
 namespace {
 
-using test::MemoryBacking;
-using test::MemoryDelegate;
-using test::MemoryDevice;
-using test::Request;
 using Added = GatheredWrites::Added;
 
 std::optional<NSError> posix(int code) {
@@ -255,80 +249,14 @@ TEST(TheWayToADelegate, IsLeftByTheKilledAndClosedForAll) {
     EXPECT_TRUE(queue.waitUntilIdle(std::chrono::steady_clock::now()));
 }
 
-class OperationsOverADelegate : public testing::Test {
-protected:
-    OperationsOverADelegate() {
-        device->put("/a", "A");
-        device->putFolder("/folder");
-    }
-
-    std::shared_ptr<MemoryDevice> device = std::make_shared<MemoryDevice>();
-    MemoryDelegate delegate{device};
-    MemoryBacking backing{device, 1};
-    DelegateQueue queue{true};
-    quillbox::volume::Nodes nodes{1};
-    int gatherings = 0;
-    Operations operations{
-        {delegate, backing, queue, nodes, Owner{1, 2}, "information", [this] { ++gatherings; }}};
-    PatientCaller caller;
-};
-
-TEST_F(OperationsOverADelegate, ReleaseEachOpenExactlyOnce) {
-    const auto entry = operations.lookUp(caller, kRootNode, "a");
-    ASSERT_TRUE(entry);
-    const auto first = operations.open(caller, entry->node, O_RDONLY);
-    const auto second = operations.open(caller, entry->node, O_RDWR);
-    ASSERT_TRUE(first && second);
-    operations.release(*first);
-    operations.release(*first);
-    EXPECT_EQ(device->count(Request::Close), 1);
-    operations.releaseAll();
-    EXPECT_EQ(device->count(Request::Close), 2);
-    EXPECT_EQ(device->openFiles(), 0U);
-}
-
-TEST_F(OperationsOverADelegate, OnAClosedQueueReachNobody) {
-    const auto entry = operations.lookUp(caller, kRootNode, "a");
-    const auto handle = operations.open(caller, entry->node, O_RDWR);
-    const auto directory = operations.openDirectory(caller, kRootNode);
-    const int calls = delegate.calls();
-    queue.close();
-    operations.release(*handle);
-    operations.releaseDirectory(*directory);
-    operations.forget(entry->node, 1);
-    EXPECT_EQ(operations.lookUp(caller, kRootNode, "a").error(), EIO);
-    EXPECT_EQ(delegate.calls(), calls);
-    EXPECT_EQ(nodes.count(), 1U);
-}
-
-TEST_F(OperationsOverADelegate, FailTheCreationThatCannotBeShown) {
-    device->failNth(Request::Info, 1, kAFCConnectionLost);
-    EXPECT_EQ(operations.create(caller, kRootNode, "new", 0644, O_RDWR).error(), EIO);
-    EXPECT_EQ(device->openFiles(), 0U);
-    device->failNth(Request::Info, 1, kAFCTimedOut);
-    EXPECT_EQ(operations.create(caller, kRootNode, "new2", 0644, O_RDWR | O_EXCL).error(),
-              ETIMEDOUT);
-    EXPECT_FALSE(device->has("/new2"));
-}
-
-TEST_F(OperationsOverADelegate, RefuseATopThatIsNoFolder) {
-    device->put("/", "a file");
-    EXPECT_EQ(operations.attributes(caller, kRootNode, std::nullopt).error(), EIO);
-}
-
-TEST_F(OperationsOverADelegate, SendAnOldItemsProgramBackToTheName) {
-    const auto old = operations.lookUp(caller, kRootNode, "a");
-    device->put("/b", "B");
-    ASSERT_TRUE(operations.rename(caller, kRootNode, "b", kRootNode, "a", 0));
-    EXPECT_EQ(operations.open(caller, old->node, O_RDONLY).error(), ESTALE);
-    EXPECT_EQ(operations.symbolicLinkTarget(caller, old->node).error(), ESTALE);
-    EXPECT_EQ(operations.makeLink(caller, old->node, kRootNode, "c").error(), ESTALE);
-    const auto fresh = operations.lookUp(caller, kRootNode, "a");
-    EXPECT_EQ(device->remove("/a"), kAFCSuccess);
-    EXPECT_EQ(operations.open(caller, fresh->node, O_RDONLY).error(), ESTALE);
-    Changes changes;
-    changes.size = 1;
-    EXPECT_EQ(operations.change(caller, fresh->node, std::nullopt, changes).error(), ESTALE);
+TEST(FiguresOfAVolume, NeverShowMoreFreeThanThereIs) {
+    const auto figures = [](std::uint64_t size, std::uint64_t free) {
+        return statvfsOf(PropertyDictionary{{std::string(NSFileSystemSize), size},
+                                            {std::string(NSFileSystemFreeSize), free}});
+    };
+    EXPECT_EQ(figures(40'960, 8'192).f_bfree, 2U);
+    EXPECT_EQ(figures(40'960, 81'920).f_bfree, 10U);
+    EXPECT_EQ(figures(40'960, 81'920).f_bavail, 10U);
 }
 
 TEST(GatheredWrites, TakeWhatGoesOnAndNothingElse) {
@@ -366,23 +294,6 @@ TEST(GatheredWrites, AreBounded) {
         total += piece.size();
     }
     EXPECT_EQ(total + GatheredWrites::kMostOfAFile, GatheredWrites::kMostInAll);
-}
-
-TEST_F(OperationsOverADelegate, SayOnceThatSmallWritesLinger) {
-    const auto entry = operations.lookUp(caller, kRootNode, "a");
-    const auto handle = operations.open(caller, entry->node, O_WRONLY);
-    ASSERT_TRUE(handle);
-    EXPECT_EQ(*operations.write(caller, *handle, "one", 3, 0), 3U);
-    EXPECT_EQ(*operations.write(caller, *handle, "two", 3, 3), 3U);
-    EXPECT_EQ(gatherings, 1);
-    EXPECT_EQ(device->content("/a"), "A");
-    operations.sendLingering();
-    EXPECT_EQ(device->content("/a"), "onetwo");
-    EXPECT_EQ(*operations.write(caller, *handle, "more", 4, 6), 4U);
-    EXPECT_EQ(gatherings, 2);
-    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
-    operations.sendLingering();
-    EXPECT_EQ(operations.flush(caller, *handle).error(), ENOSPC) << "told to whoever wrote";
 }
 
 TEST(TheFolderOfAVolume, StaysOursWhenItCouldNotBeRemoved) {

@@ -74,5 +74,34 @@ TEST_F(TwoPrograms, ALinkThatIsSwitchedIsThereAllTheTime) {
     EXPECT_EQ(errors.count(0), 1U);
 }
 
+TEST_F(TwoPrograms, ASyncOfAFileIsForAllThatWasWrittenToIt) {
+    const int writer = ::open(at("/file").c_str(), O_WRONLY | O_CLOEXEC);
+    const int other = ::open(at("/file").c_str(), O_RDWR | O_CLOEXEC);
+    const int reader = ::open(at("/file").c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(::pwrite(writer, "F", 1, 0), 1);
+    EXPECT_EQ(device->content("/file"), "first");
+    EXPECT_EQ(::fsync(other), 0);
+    EXPECT_EQ(device->content("/file"), "First");
+    EXPECT_EQ(::pwrite(writer, "I", 1, 1), 1);
+    EXPECT_EQ(::fdatasync(reader), 0);
+    EXPECT_EQ(device->content("/file"), "FIrst");
+
+    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
+    EXPECT_EQ(::pwrite(writer, "x", 1, 0), 1);
+    EXPECT_EQ(errnoOf(::fsync(other)), ENOSPC);
+    EXPECT_EQ(::fsync(other), 0) << "told once";
+    EXPECT_EQ(errnoOf(::fsync(reader)), ENOSPC);
+    EXPECT_EQ(errnoOf(::pwrite(writer, "x", 1, 0)), ENOSPC) << "and to whoever wrote";
+
+    device->failNth(Request::Write, 1, kAFCNoSpaceLeft);
+    EXPECT_EQ(::pwrite(writer, "x", 1, 0), 1);
+    EXPECT_EQ(errnoOf(::fsync(other)), ENOSPC);
+    EXPECT_EQ(errnoOf(::close(writer)), ENOSPC);
+    EXPECT_EQ(::fsync(other), 0);
+    ::close(other);
+    ::close(reader);
+    EXPECT_EQ(device->content("/file"), "FIrst");
+}
+
 }  // namespace
 }  // namespace quillbox::test
