@@ -5,6 +5,7 @@
 
 #include <sys/file.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace quillbox::simulator {
@@ -13,8 +14,8 @@ namespace {
 using wire::AfcOperation;
 using wire::AfcStatus;
 
-/// Longest read that is answered in one packet.
-constexpr std::uint64_t kLongestRead = 64U << 20U;
+/// No longer one is asked for.
+constexpr std::uint64_t kLongestRequest = 64U << 20U;
 /// Files that one connection may have open.
 constexpr std::size_t kMostOpenFiles = 256;
 
@@ -22,11 +23,11 @@ AfcStatus statusOfResult(long result) {
     return result == -1 ? AfcFiles::statusOf(errno) : AfcStatus::Success;
 }
 
-AfcAnswer readFile(int file, std::uint64_t length) {
-    if (length > kLongestRead) {
+AfcAnswer readFile(int file, std::uint64_t length, std::uint64_t longest) {
+    if (length > kLongestRequest) {
         return AfcAnswer::status(AfcStatus::NoResources);
     }
-    wire::Bytes data(length);
+    wire::Bytes data(std::min(length, longest));
     std::size_t filled = 0;
     while (filled < data.size()) {
         const ssize_t got = ::read(file, data.data() + filled, data.size() - filled);
@@ -263,7 +264,7 @@ AfcAnswer AfcRequests::answerHandle(AfcOperation operation, Reader reader, wire:
     }
     switch (operation) {
     case AfcOperation::FileRead:
-        return readFile(file, *first);
+        return readFile(file, *first, device_.description().longestRead);
     case AfcOperation::FileSeek:
         return AfcAnswer::status(seekFile(file, *first, *second));
     case AfcOperation::FileLock:

@@ -33,8 +33,9 @@ struct DeviceDescription {
     bool tls = true;                ///< sessions and services go over to TLS
     bool wholeFileSystem = true;    ///< offers the service for the whole file system
     bool refuseContainers = false;  ///< vends containers only of applications signed by a developer
-    std::filesystem::path folder;   ///< the device's folder below the state folder
-    std::filesystem::path media;    ///< the media area
+    std::uint64_t longestRead = 64U << 20U;  ///< bytes of one answer to a read; a longer one is cut
+    std::filesystem::path folder;            ///< the device's folder below the state folder
+    std::filesystem::path media;             ///< the media area
 };
 
 /// A service that was started and waits for its connection.

@@ -4,8 +4,9 @@
 namespace quillbox::simulator {
 
 const std::set<std::string>& deviceValueOptions() {
-    static const std::set<std::string> kNames{"--name",  "--serial",  "--class",    "--type",
-                                              "--model", "--version", "--capacity", "--media"};
+    static const std::set<std::string> kNames{"--name",     "--serial", "--class",
+                                              "--type",     "--model",  "--version",
+                                              "--capacity", "--media",  "--longest-read"};
     return kNames;
 }
 
@@ -31,6 +32,9 @@ void applyDeviceOptions(const Arguments& arguments, NewDevice& device) {
     if (const auto capacity = arguments.number("--capacity")) {
         description.totalBytes = *capacity;
     }
+    if (const auto longest = arguments.number("--longest-read")) {
+        description.longestRead = *longest;
+    }
     if (const auto media = arguments.value("--media")) {
         if (media->empty()) {
             throw UsageError{"--media needs a folder"};
@@ -54,6 +58,7 @@ const char* deviceOptionsHelp() {
            "  --model TEXT         its model number\n"
            "  --version TEXT       its system's version\n"
            "  --capacity BYTES     size of its storage\n"
+           "  --longest-read BYTES no answer to a read is longer, though the file goes on\n"
            "  --media FOLDER       this folder is its media area; nothing is written there except\n"
            "                       what clients of the device write\n"
            "  --sample             sample applications and, without --media, sample content\n"

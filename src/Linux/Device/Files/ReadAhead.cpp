@@ -3,14 +3,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace quillbox::device {
 
 namespace {
 
-// The kernel's own reading ahead may turn two requests round: what was just passed is kept.
-constexpr std::uint64_t kSlack = ReadAhead::kChunk;
 constexpr std::chrono::milliseconds kPause{250};
+/// Requests do not become smaller than this.
+constexpr std::size_t kLeastStep = 4U << 10U;
 
 }  // namespace
 
@@ -32,6 +33,10 @@ bool ReadAhead::isFresh(const Chunk& chunk) const {
     }
     // On a slow link the data that a busy reader waits for is just coming in.
     return !chunk.done.load(std::memory_order_acquire) && now - lastRead_ <= kPause;
+}
+
+bool ReadAhead::Chunk::isWhole() const {
+    return done.load(std::memory_order_acquire) && error == kAFCSuccess && moved == into.size();
 }
 
 ReadAhead::Chunk* ReadAhead::find(std::uint64_t offset) const {
@@ -64,6 +69,15 @@ void ReadAhead::adopt(DevicePosition& device, std::shared_ptr<Chunk> first) {
 
 bool ReadAhead::wants(DevicePosition& device, std::uint64_t offset) {
     if (const Chunk* chunk = find(offset)) {
+        const bool isDone = chunk->done.load(std::memory_order_acquire);
+        if (isDone && chunk->error == kAFCSuccess && offset >= chunk->from + chunk->moved) {
+            // The end of the file, or of what the device gives at once: it says so itself.
+            cutAt_ = offset;
+            cutLength_ = chunk->moved;
+            drop(device);
+            inOrder_ = expected_ == offset;
+            return false;
+        }
         if (isFresh(*chunk)) {
             inOrder_ = inOrder_ || expected_ == offset;
             return true;
@@ -89,6 +103,9 @@ void ReadAhead::wasRead(std::uint64_t offset, std::size_t moved) {
     if (!expected_ || offset + moved > *expected_ || !inOrder_) {
         expected_ = offset + moved;
     }
+    if (std::exchange(cutAt_, std::nullopt) == offset && moved > 0) {
+        step_ = std::clamp(cutLength_, kLeastStep, step_);
+    }
     lastRead_ = Clock::now();
 }
 
@@ -104,14 +121,16 @@ void ReadAhead::drop(DevicePosition& device) {
 }
 
 std::shared_ptr<ReadAhead::Chunk> ReadAhead::blank() {
-    if (spare_ && spare_.use_count() == 1) {
-        return std::move(spare_);
-    }
-    return chunkOf(kChunk);
+    auto chunk = spare_ && spare_.use_count() == 1 ? std::move(spare_) : chunkOf(kChunk);
+    chunk->into = std::span{chunk->buffer}.first(step_);
+    return chunk;
 }
 
 void ReadAhead::letGoOf(std::uint64_t before) {
-    while (chunks_.size() > 1 && chunks_.front()->end() + kSlack <= before) {
+    // The kernel's own reading ahead may turn two requests round: what was just passed is kept.
+    // One that was passed over unread still says whether those behind it are in their place.
+    while (chunks_.size() > 1 && chunks_.front()->end() + step_ <= before &&
+           chunks_.front()->isWhole()) {
         if (chunks_.front()->buffer.size() == kChunk) {
             spare_ = std::move(chunks_.front());
         }
@@ -120,7 +139,7 @@ void ReadAhead::letGoOf(std::uint64_t before) {
 }
 
 AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint64_t offset) {
-    const std::uint64_t wanted = offset + target_ * kChunk;
+    const std::uint64_t wanted = offset + target_ * step_;
     while (!sawEnd_ && chunks_.size() < kMostChunks + 2 &&
            (chunks_.empty() || chunks_.back()->end() < wanted)) {
         const std::uint64_t from = chunks_.empty() ? offset : chunks_.back()->end();
@@ -133,9 +152,9 @@ AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint6
         chunk->moved = 0;
         chunk->error = kAFCConnectionLost;
         chunk->done = false;
-        client.askAhead(wire::AfcOperation::FileRead, words(device.handle, std::uint64_t{kChunk}),
+        client.askAhead(wire::AfcOperation::FileRead, words(device.handle, std::uint64_t{step_}),
                         chunk);
-        device.place = from + kChunk;
+        device.place = from + step_;
         chunks_.push_back(chunk);
         if (chunk->done.load(std::memory_order_acquire) && chunk->error == kAFCConnectionLost) {
             // Too much is in flight for this one: the device does not move on either.
@@ -145,6 +164,13 @@ AFCError ReadAhead::extend(AfcClient& client, DevicePosition& device, std::uint6
     }
     client.sendAhead();
     return kAFCSuccess;
+}
+
+/// Whether an answer before this one was not whole: the device then read this one elsewhere.
+bool ReadAhead::followsShort(const Chunk& chunk) const {
+    return std::any_of(chunks_.begin(), chunks_.end(), [&](const auto& each) {
+        return each->from < chunk.from && !each->isWhole();
+    });
 }
 
 AFCError ReadAhead::waitFor(AfcClient& client, DevicePosition& device, Chunk& chunk) {
@@ -158,13 +184,14 @@ AFCError ReadAhead::waitFor(AfcClient& client, DevicePosition& device, Chunk& ch
     // A seek that failed was answered before what it was for.
     AFCError error = client.settle(seeks_, SIZE_MAX);
     if (error == kAFCSuccess) {
-        error = chunk.error;
+        // Answers come in the order of the requests: those before this one are there.
+        error = followsShort(chunk) ? AFCError{kAFCConnectionLost} : chunk.error;
     }
     if (error == kAFCEndOfData) {
         chunk.moved = 0;
         error = chunk.error = kAFCSuccess;
     }
-    if (error == kAFCSuccess && chunk.moved < chunk.buffer.size()) {
+    if (error == kAFCSuccess && chunk.moved < chunk.into.size()) {
         sawEnd_ = true;
         device.place.reset();
         // What was asked for behind the end is from elsewhere, should the file have grown.
@@ -192,6 +219,9 @@ AFCError ReadAhead::read(AfcClient& client, DevicePosition& device, std::uint64_
             }
             letGoOf(at);
             error = extend(client, device, at);
+            if (error == kAFCSuccess && find(at) == nullptr) {
+                error = kAFCConnectionLost;  // there is no room for it behind what is kept
+            }
             continue;
         }
         error = waitFor(client, device, *chunk);

@@ -28,6 +28,9 @@ struct DevicePosition {
 /// Reads a file that is read in order ahead of its reader: a bounded window of requests in flight.
 /// What was read is given out while it is fresh, and dropped by whoever changes the file. One
 /// thread at a time.
+///
+/// A device may answer less than was asked for although the file goes on: what was asked for behind
+/// that is from elsewhere then and never given out, and requests become as small as its answers.
 class ReadAhead {
 public:
     /// Bytes of one request, and most requests whose data is held or on its way.
@@ -45,7 +48,10 @@ public:
         std::chrono::steady_clock::time_point asked;
         wire::Bytes buffer;
 
-        std::uint64_t end() const { return from + buffer.size(); }
+        std::uint64_t end() const { return from + into.size(); }
+
+        /// Whether the answer has come, and all that was asked for with it.
+        bool isWhole() const;
     };
 
     /// A chunk for the beginning of a file that is about to be opened; to be asked for by the
@@ -57,7 +63,8 @@ public:
     /// the second time at least, or it is of what was asked for with the opening. Otherwise the
     /// window is dropped.
     bool wants(DevicePosition& device, std::uint64_t offset);
-    /// Reads what `wants` was asked for. `moved` is short only at the end of the file.
+    /// Reads what `wants` was asked for. `moved` is short at the end of the file, and where the
+    /// device gave less than it was asked for: a read that goes on there is not served by this.
     AFCError read(AfcClient& client, DevicePosition& device, std::uint64_t offset,
                   std::span<std::byte> into, std::size_t& moved);
     /// Notes a read that was served otherwise, or by this.
@@ -73,6 +80,7 @@ private:
     std::shared_ptr<Chunk> blank();
     static std::shared_ptr<Chunk> chunkOf(std::size_t size);
     void letGoOf(std::uint64_t before);
+    bool followsShort(const Chunk& chunk) const;
     AFCError extend(AfcClient& client, DevicePosition& device, std::uint64_t offset);
     AFCError waitFor(AfcClient& client, DevicePosition& device, Chunk& chunk);
 
@@ -82,7 +90,10 @@ private:
     std::optional<std::uint64_t> expected_;  ///< where a reader in order reads next
     bool inOrder_ = false;
     bool sawEnd_ = false;
-    std::size_t target_ = 2;  ///< chunks ahead of the reader
+    std::size_t step_ = kChunk;           ///< bytes of one request
+    std::size_t target_ = 2;              ///< chunks ahead of the reader
+    std::optional<std::uint64_t> cutAt_;  ///< where an answer ended that was short
+    std::size_t cutLength_ = 0;           ///< and its length
     Clock::time_point lastRead_{};
 };
 
