@@ -94,6 +94,8 @@ Bytes spoil(std::uint64_t packetNumber, AfcAnswer answer, Malformed variant) {
         return withLengths(std::move(packet), 16, 16);
     case Malformed::Oversized:
         return withLengths(std::move(packet), ~std::uint64_t{0} - 7, wire::kAfcHeaderSize);
+    case Malformed::DataInHead:
+        return withLengths(packet, packet.size(), packet.size());
     case Malformed::TruncatedSilent:
     case Malformed::TruncatedClose:
         packet.resize(packet.size() / 2);

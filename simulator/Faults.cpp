@@ -24,6 +24,7 @@ constexpr std::array kVariants{VariantName{Malformed::WrongMagic, "wrong-magic"}
                                VariantName{Malformed::NamesNul, "names-nul"},
                                VariantName{Malformed::NamesEmpty, "names-empty"},
                                VariantName{Malformed::NamesDotDot, "names-dotdot"},
+                               VariantName{Malformed::DataInHead, "data-in-head"},
                                VariantName{Malformed::Entries100000, "entries-100000"}};
 
 // How often a waiting request looks whether its client has gone.

@@ -31,6 +31,7 @@ enum class Malformed {
     NamesNul,          ///< directory entries with a NUL inside
     NamesEmpty,        ///< empty directory entries
     NamesDotDot,       ///< directory entries ".." and "../..", where none belong
+    DataInHead,        ///< well-formed: bulk data counted among the parameters
     Entries100000      ///< one hundred thousand directory entries
 };
 

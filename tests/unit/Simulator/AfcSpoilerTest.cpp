@@ -39,6 +39,10 @@ TEST(AfcSpoiler, HeadersAreWrongInTheWayOrdered) {
     EXPECT_EQ(wire::decodeAfcHeader(spoil(1, success(), Malformed::DataForStatus))->operation,
               AfcOperation::Data);
     EXPECT_EQ(spoil(1, success(), Malformed::TruncatedClose).size(), 24U);
+    const auto inHead =
+        wire::decodeAfcHeader(spoil(1, AfcAnswer::bulk(wire::Bytes(300)), Malformed::DataInHead));
+    EXPECT_EQ(inHead->parameterLength(), 300U);
+    EXPECT_EQ(inHead->dataLength(), 0U);
 }
 
 TEST(AfcSpoiler, ListsAreWrongInTheWayOrdered) {

@@ -57,7 +57,8 @@ bool AfcAnswerReader::fill(ByteStream& stream, std::span<std::byte> target, std:
 }
 
 bool AfcAnswerReader::begin(const AfcInFlight& oldest) {
-    const auto header = wire::decodeAfcHeader(head_, {kMaxWordAnswer, kMaxListing});
+    // Some devices count data among the parameters. Words are held to their own limit below.
+    const auto header = wire::decodeAfcHeader(head_, {kMaxListing, kMaxListing});
     if (!header) {
         return broken("a malformed answer: " + std::string{wire::describe(header.error())});
     }
@@ -120,6 +121,10 @@ bool AfcAnswerReader::finish(const AfcInFlight& oldest) {
     answer.word = wire::loadLittle<std::uint64_t>(words_);
     const AFCError status = errorOf(answer.word);
     if (header_.operation != wire::AfcOperation::Status) {
+        answer.error = kAFCSuccess;
+    } else if (oldest.operation == wire::AfcOperation::FileRead && status == kAFCSuccess) {
+        // Nothing came, and nothing is wrong: there is no more.
+        answer.moved = 0;
         answer.error = kAFCSuccess;
     } else if (answer.expected != wire::AfcOperation::Status && status == kAFCSuccess) {
         return broken("a success without what was asked for");
