@@ -3,6 +3,7 @@
 
 #include "Linux/Device/Lockdown/HomeScreen.h"
 
+#include <atomic>
 #include <utility>
 
 namespace quillbox::device {
@@ -15,7 +16,23 @@ bool AfcConnection::isDocumentsOnly() {
     return documentsOnly_;
 }
 
-Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noProgress) {
+namespace {
+
+/// Whether the service on a connection answers at all. One that hangs is started and connected to
+/// all the same.
+Failure answers(AfcClient& client) {
+    AfcAnswer answer;
+    answer.expected = wire::AfcOperation::Data;
+    answer.collects = true;
+    client.ask(wire::AfcOperation::DeviceInfo, {}, answer);  // a refusal is an answer too
+    return client.isBroken() ? Failure{FailureKind::NoAnswer, "its file service does not answer"}
+                             : Failure{};
+}
+
+}  // namespace
+
+Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noProgress,
+                                     bool isAskedFirst) {
     opening_ = true;
     FileService service = service_;
     lock.unlock();
@@ -23,10 +40,12 @@ Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noPro
     Failure failure = openFileService(*device_, service, noProgress, connection);
     std::shared_ptr<AfcClient> client;
     if (!failure) {
-        connection->stream().setNoProgress(device_->options().noProgress);
+        ByteStream& stream = connection->stream();
+        const auto isInUse = std::make_shared<std::atomic<bool>>(false);
         client = std::make_shared<AfcClient>(
-            std::move(connection), [weak = weak_from_this()](const std::string& reason) {
-                if (const auto self = weak.lock(); self && !self->isClosed()) {
+            std::move(connection), [weak = weak_from_this(), isInUse](const std::string& reason) {
+                const auto self = *isInUse ? weak.lock() : nullptr;
+                if (self && !self->isClosed()) {
                     if (self->device_->isAttached()) {
                         self->device_->platform().warning(
                             self->device_->label() + ": the connection to " +
@@ -35,12 +54,18 @@ Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noPro
                     self->onLost_(self);
                 }
             });
+        if (isAskedFirst) {
+            stream.setNoProgress(noProgress);
+            failure = answers(*client);
+        }
+        stream.setNoProgress(device_->options().noProgress);
+        *isInUse = true;
     }
     lock.lock();
     opening_ = false;
     failing_ = static_cast<bool>(failure);
     nextTry_ = Clock::now() + device_->options().reopenPause;
-    if (client) {
+    if (!failure) {
         service_.documentsOnly = service.documentsOnly;
         documentsOnly_ = service.documentsOnly;
         client_ = std::move(client);
@@ -56,7 +81,7 @@ Failure AfcConnection::connectLocked(Lock& lock, std::chrono::milliseconds noPro
 
 Failure AfcConnection::open() {
     Lock lock{mutex_};
-    return connectLocked(lock, device_->options().noProgress);
+    return connectLocked(lock, device_->options().noProgress, /*isAskedFirst=*/false);
 }
 
 Failure AfcConnection::reopen(Lock& lock) {
@@ -73,7 +98,8 @@ Failure AfcConnection::reopen(Lock& lock) {
     if (client_) {
         client_->breakNow();
     }
-    Failure failure = connectLocked(lock, device_->options().reopenNoProgress);
+    Failure failure = connectLocked(lock, device_->options().reopenNoProgress,
+                                    /*isAskedFirst=*/true);
     if (closed_) {
         return {FailureKind::NotAttached, "the connection was closed"};
     }

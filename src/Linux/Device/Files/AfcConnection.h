@@ -72,7 +72,7 @@ private:
     using Lock = std::unique_lock<std::mutex>;
 
     Failure reopen(Lock& lock);
-    Failure connectLocked(Lock& lock, std::chrono::milliseconds noProgress);
+    Failure connectLocked(Lock& lock, std::chrono::milliseconds noProgress, bool isAskedFirst);
 
     bool isUsable() const { return client_ && client_->isAlive(); }
 
