@@ -121,12 +121,12 @@ TlsSession::Step TlsSession::write(std::span<const std::byte> bytes, std::size_t
 
 TlsSession::Step TlsSession::shutdown() {
     ERR_clear_error();
-    const int result = SSL_shutdown(session_.get());
-    if (result == 1) {
-        return Step::Done;
+    int result = SSL_shutdown(session_.get());
+    if (result == 0) {
+        // Ours is out; theirs may have come with the last answer already.
+        result = SSL_shutdown(session_.get());
     }
-    // Ours is out; theirs comes with the next bytes.
-    return result == 0 ? Step::WantRead : stepOf(result);
+    return result == 1 ? Step::Done : stepOf(result);
 }
 
 }  // namespace quillbox::device
