@@ -66,22 +66,42 @@ Failure LockdownLink::connectLocked(Milliseconds noProgress) {
     return failure;
 }
 
+/// All values that the device tells at once, or where it wants to be asked for each, those that are
+/// used here. Empty where the connection ended.
+PropertyDictionary LockdownLink::knownValues(Milliseconds noProgress) {
+    PropertyDictionary answer;
+    if (!request({{"Request", "GetValue"}}, noProgress, /*forService=*/false, answer)) {
+        const PropertyValue* value = find(answer, "Value");
+        const PropertyDictionary* values = value == nullptr ? nullptr : value->dictionary();
+        if (values != nullptr) {
+            return *values;
+        }
+    }
+    PropertyDictionary values;
+    for (const char* key : {"DeviceName", "SerialNumber", "ProductVersion"}) {
+        answer.clear();
+        if (!connection_ || request({{"Request", "GetValue"}, {"Key", key}}, noProgress,
+                                    /*forService=*/false, answer)) {
+            continue;
+        }
+        if (const PropertyValue* value = find(answer, "Value"); value != nullptr) {
+            values.emplace(key, *value);
+        }
+    }
+    return values;
+}
+
 void LockdownLink::learnName(Milliseconds noProgress) {
     if (nameKnown_ || !connection_) {
         return;
     }
-    PropertyDictionary answer;
-    if (request({{"Request", "GetValue"}}, noProgress, /*forService=*/false, answer)) {
+    const PropertyDictionary values = knownValues(noProgress);
+    if (values.empty()) {
         return;
     }
-    const PropertyValue* value = find(answer, "Value");
-    const PropertyDictionary* values = value == nullptr ? nullptr : value->dictionary();
-    if (values == nullptr) {
-        return;
-    }
-    const std::string serialNumber = textOf(*values, "SerialNumber").value_or("");
-    device_.setName(textOf(*values, "DeviceName").value_or(""), serialNumber);
-    const std::int64_t version = decimalValue(textOf(*values, "ProductVersion").value_or(""));
+    const std::string serialNumber = textOf(values, "SerialNumber").value_or("");
+    device_.setName(textOf(values, "DeviceName").value_or(""), serialNumber);
+    const std::int64_t version = decimalValue(textOf(values, "ProductVersion").value_or(""));
     isOld_ = version > 0 && version < kFirstVersionWithoutValidation;
     // Without a session a device keeps its serial number to itself.
     nameKnown_ = !serialNumber.empty();

@@ -83,6 +83,7 @@ private:
                     PropertyDictionary& answer);
     Failure startService(const std::string& service, Milliseconds noProgress,
                          StartedService& started);
+    PropertyDictionary knownValues(Milliseconds noProgress);
     void learnName(Milliseconds noProgress);
     void closeLocked();
 
