@@ -14,14 +14,18 @@ namespace {
 constexpr int kNotAttached = static_cast<int>(FailureKind::NotAttached);
 constexpr int kPaired = 1;
 
-/// A service that a device does not have is an everyday answer; other failures are worth a line.
+/// Whether a device without this service is an everyday one.
+bool isOptional(const FileService& service) {
+    return service.isApplication() || service.service != "com.apple.afc";
+}
+
 void logFailure(Device& device, const FileService& service, const Failure& failure) {
     if (!device.isAttached()) {
         return;
     }
     const std::string line =
         device.label() + ": " + service.describe() + " could not be opened: " + failure.text;
-    if (failure.kind == FailureKind::ServiceNotOffered) {
+    if (failure.kind == FailureKind::ServiceNotOffered && isOptional(service)) {
         device.platform().debug(line + ".");
     } else if (isLocked(failure.kind)) {
         device.platform().warning(line + ". Unlock the device.");
