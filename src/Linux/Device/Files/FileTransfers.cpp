@@ -14,6 +14,9 @@ using wire::AfcParameters;
 
 /// Most bytes of one file that are written and not answered.
 constexpr std::size_t kMostUnanswered = 4U << 20U;
+/// The largest places that every device reaches. Whether a seek farther out succeeds is asked
+/// before anything is written.
+constexpr std::uint64_t kSurelyReached = 1ULL << 40U;
 
 bool appends(const FileHandle& file) {
     return file.mode >= static_cast<std::uint64_t>(wire::AfcOpenMode::Append);
@@ -193,6 +196,9 @@ AFCError writeOnDevice(FileHandle& file, wire::ByteView bytes, bool early) {
     AFCError error = client->settle(file.writes, SIZE_MAX);
     if (error == kAFCSuccess && file.position) {
         error = file.device.moveTo(*client, *file.position, file.writes);
+        if (error == kAFCSuccess && *file.position > kSurelyReached) {
+            error = client->settle(file.writes, 0);
+        }
     }
     while (error == kAFCSuccess && !bytes.empty()) {
         const std::size_t step = std::min(bytes.size(), kMaxTransfer);
