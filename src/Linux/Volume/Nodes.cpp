@@ -2,6 +2,7 @@
 #include "Linux/Volume/Nodes.h"
 
 #include "Linux/Volume/Attributes.h"
+#include "Linux/Volume/TextHash.h"
 
 #include <algorithm>
 #include <string_view>
@@ -9,25 +10,6 @@
 
 namespace quillbox::volume {
 namespace {
-
-std::uint64_t mixed(std::uint64_t value) {
-    value ^= value >> 33U;
-    value *= 0xff51afd7ed558ccdULL;
-    value ^= value >> 33U;
-    value *= 0xc4ceb9fe1a85ec53ULL;
-    value ^= value >> 33U;
-    return value;
-}
-
-// FNV-1a with a seed and a final mix: short, and even over all 64 bits.
-std::uint64_t hash(std::uint64_t seed, std::string_view text) {
-    std::uint64_t value = 0xcbf29ce484222325ULL ^ seed;
-    for (const char character : text) {
-        value ^= static_cast<unsigned char>(character);
-        value *= 0x100000001b3ULL;
-    }
-    return mixed(value);
-}
 
 // 0 means "no inode" to many programs, 1 is the volume's top.
 constexpr std::uint64_t kReservedInodes = 2;
@@ -220,12 +202,19 @@ std::optional<NodeId> Nodes::child(NodeId parent, const std::string& name) const
     return entry == folder->children.end() ? std::nullopt : std::optional(entry->second);
 }
 
-void Nodes::linked(const std::string& existing, NodeId parent, const std::string& name) {
+void Nodes::linked(NodeId existing, NodeId parent, const std::string& name) {
     const std::lock_guard lock(mutex_);
     const Node* folder = node(parent);
-    if (folder != nullptr && shared_.size() < kMostShared) {
-        shared_[childPathOf(*folder, name)] = inodeAt(existing);
+    Node* item = node(existing);
+    if (folder == nullptr || item == nullptr || item->isRemoved) {
+        return;
     }
+    if (shared_.size() < kMostShared) {
+        shared_[childPathOf(*folder, name)] = inodeAt(pathOf(*item));
+    }
+    // Who has it open by this name is not told otherwise that there is another.
+    constexpr nlink_t kTwoNames = 2;
+    item->attributes.st_nlink = std::max(kTwoNames, item->attributes.st_nlink + 1);
 }
 
 void Nodes::removed(NodeId parent, const std::string& name) {
@@ -332,7 +321,7 @@ std::uint64_t Nodes::size(NodeId id) const {
 }
 
 std::uint64_t Nodes::plainInode(const std::string& text) const {
-    const std::uint64_t value = hash(seed_, text);
+    const std::uint64_t value = textHash(seed_, text);
     return value < kReservedInodes ? value + kReservedInodes : value;
 }
 

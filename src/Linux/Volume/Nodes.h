@@ -18,13 +18,13 @@ inline constexpr NodeId kRootNode = 1;
 /// Everything that the kernel holds on to: which number means which path, how often the kernel has
 /// looked it up, whether it was removed while still in use, and what was last known of it.
 ///
-/// Inode numbers follow the path: the same path has the same number for the whole mount, another
-/// one after a rename, and an item that was removed while open a number that no path has. A second
-/// name of a file, made on this volume, has the number of the first.
-/// Any thread; no call blocks.
+/// Inode numbers follow the path: the same path has the same number for the whole mount (and with
+/// the same seed in the next), another one after a rename, and an item that was removed while open
+/// a number that no path has. A second name of a file, made on this volume, has the number of the
+/// first. Any thread; no call blocks.
 class Nodes {
 public:
-    /// `seed` makes the inode numbers of this mount; any number.
+    /// `seed` makes the inode numbers of this mount; any number that a device cannot know.
     explicit Nodes(std::uint64_t seed);
 
     /// The item below `parent`, made when it is not known yet or known as another kind of item
@@ -48,8 +48,8 @@ public:
     /// The item that is known under a name.
     std::optional<NodeId> child(NodeId parent, const std::string& name) const;
 
-    /// `name` is a further name of the file at `existing`.
-    void linked(const std::string& existing, NodeId parent, const std::string& name);
+    /// `name` is a further name of the file `existing`.
+    void linked(NodeId existing, NodeId parent, const std::string& name);
     /// The name leads nowhere any more: the node that it led to counts as removed.
     void removed(NodeId parent, const std::string& name);
     /// The item has a new name; what had that name before counts as removed.

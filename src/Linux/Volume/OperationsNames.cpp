@@ -124,7 +124,7 @@ Result<Entry> Operations::makeLink(Caller& caller, NodeId node, NodeId parent,
     if (!made) {
         return stale(node, made.error());
     }
-    nodes_.linked(existing, parent, name);
+    nodes_.linked(node, parent, name);
     return freshEntry(parent, name, *path);
 }
 
@@ -215,7 +215,10 @@ Result<Done> Operations::rename(Caller& caller, NodeId parent, const std::string
     if (!done) {
         return done.failure();
     }
-    nodes_.moved(parent, name, newParent, newName);
+    // A file that is given a name that it has already keeps both.
+    if (*from == *to || nodes_.inode(*from) != nodes_.inode(*to)) {
+        nodes_.moved(parent, name, newParent, newName);
+    }
     return Done{};
 }
 

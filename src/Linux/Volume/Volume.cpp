@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Linux/Volume/Volume.h"
 
+#include "Linux/Volume/InodeSeed.h"
 #include "Linux/Volume/MountOptions.h"
 #include "Linux/Volume/MountTable.h"
 #include "Linux/Volume/VolumeInformation.h"
@@ -8,7 +9,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <unistd.h>
 
 namespace quillbox::volume {
@@ -21,11 +21,6 @@ constexpr auto kFinishTime = std::chrono::seconds(1);
 constexpr auto kGatheringTime = std::chrono::seconds(1);
 // How long the main thread waits for a volume to be detached.
 constexpr auto kUnmountTime = std::chrono::seconds(2);
-
-std::uint64_t randomSeed() {
-    std::random_device device;
-    return (std::uint64_t{device()} << 32U) | device();
-}
 
 std::string informationFor(const std::vector<std::string>& options, const std::string& path) {
     const MountOptions parsed = MountOptions::parse(options);
@@ -56,7 +51,7 @@ Volume::Volume(Parts parts)
       later_(std::move(parts.later)),
       mountPoint_(askedPath_, std::move(parts.leftFolders)),
       queue_(!parts.isThreadSafe),
-      nodes_(randomSeed()),
+      nodes_(inodeSeed(askedPath_, ::getuid())),
       operations_({*delegate_, *backing_, queue_, nodes_, Owner{::getuid(), ::getgid()},
                    informationFor(options_, askedPath_), [this] { isGathering(); }}),
       served_{operations_, queue_, [this] { isAnswered(); }} {}

@@ -11,6 +11,22 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+TEST_F(LifeOfAVolume, FilesHaveTheirNumbersAgainAfterTheNextMount) {
+    const auto numberOf = [this](const std::string& where) {
+        volume->mountAtPath(where, {});
+        EXPECT_TRUE(loop.runUntil([&] { return exists(where + "/notes.txt"); }));
+        struct stat attributes = {};
+        EXPECT_EQ(::lstat((where + "/folder/inner.txt").c_str(), &attributes), 0);
+        volume->unmount();
+        return attributes.st_ino;
+    };
+    const auto number = numberOf(top);
+    // Only a computer without an identity has new ones.
+    const bool hasIdentity = contentOf("/etc/machine-id").size() == 33;
+    EXPECT_EQ(numberOf(top) == number, hasIdentity);
+    EXPECT_NE(numberOf(folder.path() + "/other"), number);
+}
+
 TEST_F(LifeOfAVolume, IsMountedAndUnmounted) {
     mount();
     EXPECT_EQ(delegate->willMounts, 1);

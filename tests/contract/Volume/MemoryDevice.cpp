@@ -174,6 +174,10 @@ AFCError MemoryDevice::rename(const std::string& from, const std::string& to) {
     if (found == items_.end() || !isFolder(parentOf(to))) {
         return answer(kAFCObjectNotFound);
     }
+    if (const auto target = items_.find(to);
+        target != items_.end() && target->second == found->second) {
+        return 0;  // two names of one file: as on any disk
+    }
     if (isFolder(to) && !isEmpty(to)) {
         return answer(kAFCDirectoryNotEmpty);
     }

@@ -4,6 +4,7 @@
 #include "Linux/Volume/DelegateQueue.h"
 #include "Linux/Volume/Errors.h"
 #include "Linux/Volume/GatheredWrites.h"
+#include "Linux/Volume/InodeSeed.h"
 #include "Linux/Volume/LeftFolders.h"
 #include "Linux/Volume/MountOptions.h"
 #include "Linux/Volume/MountPoint.h"
@@ -145,8 +146,10 @@ TEST_F(Nodes, KeepTheirLastPathWhenRemoved) {
 }
 
 TEST_F(Nodes, OfOneFileWithTwoNamesHaveOneNumber) {
-    nodes.linked("/file", kRootNode, "second");
-    nodes.linked("/second", kRootNode, "third");
+    const NodeId first = file(kRootNode, "file");
+    nodes.linked(first, kRootNode, "second");
+    EXPECT_EQ(nodes.kept(first)->st_nlink, 2U);
+    nodes.linked(file(kRootNode, "second"), kRootNode, "third");
     EXPECT_EQ(nodes.inode("/second"), nodes.inode("/file"));
     EXPECT_EQ(nodes.inode("/third"), nodes.inode("/file"));
     nodes.removed(kRootNode, "second");
@@ -156,7 +159,7 @@ TEST_F(Nodes, OfOneFileWithTwoNamesHaveOneNumber) {
 
 TEST_F(Nodes, AFileMadeWhereALinkedOneWasHasANumberOfItsOwn) {
     const auto before = nodes.inode("/file");
-    nodes.linked("/file", kRootNode, "second");
+    nodes.linked(file(kRootNode, "file"), kRootNode, "second");
     for (int times = 0; times < 3; ++times) {
         nodes.removed(kRootNode, "file");
         EXPECT_NE(nodes.inode("/file"), nodes.inode("/second"));
@@ -169,9 +172,27 @@ TEST_F(Nodes, AFileMadeWhereALinkedOneWasHasANumberOfItsOwn) {
 
 TEST_F(Nodes, LinksBelowARemovedFolderAreForgotten) {
     const NodeId folder = *nodes.remember(kRootNode, "folder", S_IFDIR, false);
-    nodes.linked("/file", folder, "second");
+    nodes.linked(file(kRootNode, "file"), folder, "second");
     nodes.removed(kRootNode, "folder");
     EXPECT_NE(nodes.inode("/folder/second"), nodes.inode("/file"));
+}
+
+TEST(InodeNumbers, AreTheSameForAComputerAUserAndAPath) {
+    const test::VolumesFolder folder;
+    const std::string file = folder.path() + "/machine-id";
+    const auto seed = [&](const std::string& path, uid_t user) {
+        return inodeSeed(path, user, file);
+    };
+    EXPECT_NE(seed("/Volumes/a", 1), seed("/Volumes/a", 1)) << "a computer without identity";
+    std::ofstream(file) << "uninitialized\n";
+    EXPECT_NE(seed("/Volumes/a", 1), seed("/Volumes/a", 1));
+    std::ofstream(file) << "0123456789abcdef0123456789abcdef\n";
+    const auto one = seed("/Volumes/a", 1);
+    EXPECT_EQ(seed("/Volumes/a", 1), one);
+    EXPECT_NE(seed("/Volumes/b", 1), one);
+    EXPECT_NE(seed("/Volumes/a", 11), one);
+    std::ofstream(file) << "0123456789abcdef0123456789abcdee\n";
+    EXPECT_NE(seed("/Volumes/a", 1), one);
 }
 
 class TestCaller final : public Caller {

@@ -103,5 +103,17 @@ TEST_F(TwoPrograms, ASyncOfAFileIsForAllThatWasWrittenToIt) {
     EXPECT_EQ(device->content("/file"), "FIrst");
 }
 
+TEST_F(TwoPrograms, WhatIsWrittenByANewNameIsReadByTheOld) {
+    const int reader = ::open(at("/file").c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(::link(at("/file").c_str(), at("/second").c_str()), 0);
+    const int writer = ::open(at("/second").c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(::pwrite(writer, "F", 1, 0), 1);
+    char bytes[8] = {};
+    EXPECT_EQ(::pread(reader, bytes, sizeof bytes, 0), 5);
+    EXPECT_EQ(std::string(bytes), "First");
+    ::close(writer);
+    ::close(reader);
+}
+
 }  // namespace
 }  // namespace quillbox::test
