@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::uint64_t kStatBlock = 512;     // the unit of st_blocks, whatever the disk
 constexpr std::uint64_t kVolumeBlock = 4096;  // the unit in which the volume counts its space
-constexpr std::uint64_t kLongestName = 255;   // bytes
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 std::uint64_t unsignedAt(const PropertyDictionary& dictionary, std::string_view key) {

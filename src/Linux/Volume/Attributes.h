@@ -15,6 +15,9 @@ namespace quillbox::volume {
 /// request carries.
 inline constexpr blksize_t kPreferredIoSize = blksize_t{1024} * 1024;
 
+/// The longest name that a volume promises to take, bytes. A device's own may be longer.
+inline constexpr std::size_t kLongestName = 255;
+
 /// Who owns the files of a volume: the user who mounts it.
 struct Owner {
     uid_t user = 0;

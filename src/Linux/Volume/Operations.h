@@ -78,6 +78,9 @@ public:
     Result<struct stat> attributes(Caller& caller, NodeId node, std::optional<HandleId> handle);
     Result<struct stat> change(Caller& caller, NodeId node, std::optional<HandleId> handle,
                                const Changes& changes);
+    /// Whether a program may do what it asks for (R_OK, W_OK, X_OK): nobody is asked, the device
+    /// says no to what is done.
+    Result<Done> mayAccess(NodeId node, int wanted) const;
     Result<struct statvfs> volumeFigures(Caller& caller);
 
     // Files. `flags` as open(2) has them.
@@ -194,6 +197,7 @@ private:
     Result<Done> resize(NodeId node, const std::string& path, const GMUserData& userData,
                         std::uint64_t size);
     Result<Done> remove(Caller& caller, NodeId parent, const std::string& name, Removal removal);
+    static int absence(const std::string& name, int error = ENOENT);
     bool isVirtualName(NodeId parent, const std::string& name) const;
     struct stat virtualAttributes() const;
 

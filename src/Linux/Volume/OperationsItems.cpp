@@ -4,6 +4,7 @@
 #include "Linux/Volume/VolumeInformation.h"
 
 #include <chrono>
+#include <unistd.h>
 
 namespace quillbox::volume {
 namespace {
@@ -101,6 +102,12 @@ Result<Entry> Operations::virtualEntry(NodeId parent, const std::string& name) {
     return Entry{*node, *kept};
 }
 
+// Before anything is made, moved or removed the kernel looks its name up: here all of them hear
+// that a name is too long. What a device has under such a name is there.
+int Operations::absence(const std::string& name, int error) {
+    return name.size() > kLongestName ? ENAMETOOLONG : error;
+}
+
 Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::string& name) {
     if (parent == kRootNode && trashNames_.isAbsent(name)) {
         return Failure{ENOENT};
@@ -110,7 +117,7 @@ Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::strin
         return turn.failure();
     }
     if (absentName_.isStill(parent, name)) {
-        return Failure{ENOENT};
+        return Failure{absence(name)};
     }
     const auto path = nodes_.childPath(parent, name);
     if (!path) {
@@ -130,8 +137,20 @@ Result<Entry> Operations::lookUp(Caller& caller, NodeId parent, const std::strin
     }
     if (attributes.error() == ENOENT) {
         absentName_.note(parent, name);
+        return Failure{absence(name)};
     }
-    return attributes.failure();
+    // So says a device of a name that is too long for itself.
+    const bool isNoName = backing_.lastFailure() == kAFCInvalidArgument;
+    return isNoName ? Failure{absence(name, attributes.error())} : attributes.failure();
+}
+
+Result<Done> Operations::mayAccess(NodeId node, int wanted) const {
+    constexpr mode_t kAnyExecution = S_IXUSR | S_IXGRP | S_IXOTH;
+    const auto known = nodes_.kept(node);
+    const bool isNoProgram =
+        known && S_ISREG(known->st_mode) && (known->st_mode & kAnyExecution) == 0;
+    return isNoProgram && (wanted & X_OK) != 0 ? Result<Done>(Failure{EACCES})
+                                               : Result<Done>(Done{});
 }
 
 void Operations::forget(NodeId node, std::uint64_t lookups) {

@@ -100,6 +100,11 @@ void onSetAttributes(fuse_req_t request, fuse_ino_t node, struct stat* wanted, i
         });
 }
 
+void onAccess(fuse_req_t request, fuse_ino_t node, int wanted) {
+    answerDone(request,
+               [=](Operations& operations, Caller&) { return operations.mayAccess(node, wanted); });
+}
+
 void onReadLink(fuse_req_t request, fuse_ino_t node) {
     answer(
         request,
@@ -308,6 +313,7 @@ fuse_lowlevel_ops table() {
     operations.forget_multi = onForgetMulti;
     operations.getattr = onGetAttributes;
     operations.setattr = onSetAttributes;
+    operations.access = onAccess;
     operations.readlink = onReadLink;
     operations.mknod = onMakeNode;
     operations.mkdir = onMakeDirectory;

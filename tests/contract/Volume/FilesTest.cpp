@@ -266,6 +266,15 @@ TEST_F(FilesOnAVolume, AttributesAreTheDelegates) {
     EXPECT_EQ(errnoOf(::lstat(at("/bad").c_str(), &attributes)), EIO);
 }
 
+TEST_F(FilesOnAVolume, WithoutAnExecutionBitAreNoPrograms) {
+    EXPECT_EQ(errnoOf(::access(at("/notes.txt").c_str(), X_OK)), EACCES);
+    EXPECT_EQ(errnoOf(::access(at("/notes.txt").c_str(), R_OK | W_OK)), 0);
+    EXPECT_EQ(errnoOf(::access(at("/folder").c_str(), X_OK)), 0);
+    device->putItem("/odd", {MemoryDevice::Item::Kind::Odd, ""});
+    EXPECT_EQ(errnoOf(::access(at("/odd").c_str(), X_OK)), 0);
+    EXPECT_EQ(output("find " + top + " -type f -executable"), at("/odd") + "\n");
+}
+
 TEST_F(FilesOnAVolume, AnItemThatBecomesAnotherKindIsSeenAsThat) {
     EXPECT_TRUE(S_ISREG(statOf(at("/notes.txt")).st_mode));
     const int file = ::open(at("/notes.txt").c_str(), O_RDONLY | O_CLOEXEC);

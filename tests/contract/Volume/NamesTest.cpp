@@ -78,6 +78,33 @@ TEST_F(NamesOnAVolume, MayHoldAnyOtherByte) {
     EXPECT_FALSE(device->has("/folder"));
 }
 
+TEST_F(NamesOnAVolume, AreTooLongWhereTheDeviceHasNoneSuch) {
+    const std::string name = at("/folder/" + std::string(300, 'l'));
+    const std::string other = at("/a");
+    struct stat attributes = {};
+    const auto expectTooLong = [&] {
+        EXPECT_EQ(errnoOf(::lstat(name.c_str(), &attributes)), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::open(name.c_str(), O_RDONLY | O_CLOEXEC)), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::creat(name.c_str(), 0644)), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::mkdir(name.c_str(), 0755)), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::rename(other.c_str(), name.c_str())), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::rename(name.c_str(), other.c_str())), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::link(other.c_str(), name.c_str())), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::symlink("a", name.c_str())), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::unlink(name.c_str())), ENAMETOOLONG);
+        EXPECT_EQ(errnoOf(::rmdir(name.c_str())), ENAMETOOLONG);
+    };
+    expectTooLong();
+    EXPECT_EQ(names("/folder"), (Names{".", "..", "inner"}));
+    EXPECT_FALSE(exists(at("/nothing")));  // the last absence is known for a moment
+    // A device counts otherwise.
+    device->put("/folder/" + std::string(300, 'l'), "long");
+    EXPECT_EQ(contentOf(name), "long");
+    EXPECT_EQ(names("/folder").count(std::string(300, 'l')), 1U);
+    EXPECT_EQ(errnoOf(::rename(name.c_str(), at("/short").c_str())), 0);
+    EXPECT_EQ(contentOf(at("/short")), "long");
+}
+
 TEST_F(NamesOnAVolume, AFailedListingFailsAtOnce) {
     device->failNth(Request::List, 1, kAFCInternalError);
     EXPECT_EQ(listingError("/folder"), EIO);
@@ -206,6 +233,21 @@ TEST_F(NamesOnAVolume, LinksPointTheRightWay) {
     EXPECT_EQ(output("stat -c %h " + at("/a")), "2\n");
     device->failNth(Request::Link, 1, kAFCOperationNotSupported);
     EXPECT_EQ(errnoOf(::link(at("/a").c_str(), at("/hard2").c_str())), ENOTSUP);
+}
+
+TEST_F(NamesOnAVolume, AFileKeepsBothNamesWhenOneIsMovedToTheOther) {
+    EXPECT_EQ(::link(at("/a").c_str(), at("/hard").c_str()), 0);
+    const auto numberOf = [this](const std::string& name) {
+        struct stat attributes = {};
+        EXPECT_EQ(::lstat(at(name).c_str(), &attributes), 0) << errno;
+        return attributes.st_ino;
+    };
+    const auto number = numberOf("/a");
+    EXPECT_EQ(numberOf("/hard"), number);
+    EXPECT_EQ(::rename(at("/a").c_str(), at("/hard").c_str()), 0);
+    EXPECT_EQ(numberOf("/a"), number);
+    EXPECT_EQ(numberOf("/hard"), number);
+    EXPECT_EQ(contentOf(at("/a")), "A");
 }
 
 TEST_F(NamesOnAVolume, WhatIsBelowARemovedFolderIsGone) {

@@ -113,6 +113,17 @@ TEST_F(OperationsOverADelegate, TakeTheEndOfAFileFromTheDeviceOnly) {
     operations.release(*handle);
 }
 
+TEST_F(OperationsOverADelegate, CallANameTooLongThatIsNoneToTheDevice) {
+    const std::string name(256, 'l');
+    device->failNth(Request::Info, 1, kAFCInvalidArgument);
+    EXPECT_EQ(operations.lookUp(caller, kRootNode, name).error(), ENAMETOOLONG);
+    device->failNth(Request::Info, 1, kAFCConnectionLost);
+    EXPECT_EQ(operations.lookUp(caller, kRootNode, name).error(), EIO);
+    device->failNth(Request::Info, 1, kAFCInvalidArgument);
+    EXPECT_EQ(operations.lookUp(caller, kRootNode, "short").error(), EIO);
+    EXPECT_EQ(operations.lookUp(caller, kRootNode, std::string(255, 'l')).error(), ENOENT);
+}
+
 TEST_F(OperationsOverADelegate, SyncWhatAnyOpenOfTheFileWrote) {
     const auto entry = operations.lookUp(caller, kRootNode, "a");
     const auto writer = operations.open(caller, entry->node, O_WRONLY);
