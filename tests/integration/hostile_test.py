@@ -91,5 +91,26 @@ class Hostile(DeviceTest):
         self.assertTrue(os.path.islink(os.path.join(target, "out")))
 
 
+class Sparing(DeviceTest):
+    """A device that gives little at a time, which looks like the end of a file."""
+
+    DEVICES = DeviceTest.DEVICES + ("--longest-read", "50000")
+
+    def test_no_copy_is_cut(self):
+        self.start()
+        content = os.urandom(3_000_000)
+        for name in ("first", "second", "third", "fourth"):
+            with open(os.path.join(self.media, name), "wb") as file:
+                file.write(content)
+        for copy in (["cp"], ["dd", "bs=4k"], ["dd", "bs=1M"], ["rsync"]):
+            for name in ("first", "second", "third", "fourth"):
+                with self.subTest(copy=copy[0], name=name):
+                    source, target = os.path.join(self.volume, name), self.local(name)
+                    run(*copy, *([f"if={source}", f"of={target}"] if copy[0] == "dd" else [source, target]))
+                    with open(target, "rb") as file:
+                        self.assertTrue(file.read() == content)
+                    os.remove(target)
+
+
 if __name__ == "__main__":
     unittest.main()
