@@ -22,10 +22,11 @@ constexpr int kStatus = 3;
 TEST(WorkersTest, AJobNeverWaitsBehindAnother) {
     Workers workers;
     constexpr int kJobs = 8;
-    std::latch all{kJobs};
+    std::latch all{kJobs + 1};
     for (int i = 0; i < kJobs; ++i) {
         workers.post([&] { all.arrive_and_wait(); });
     }
+    all.arrive_and_wait();
     EXPECT_TRUE(workers.stop(kLong));
 }
 
