@@ -69,13 +69,6 @@ class Orders(TrayTest):
 
     # What is open.
 
-    def show_submenu(self):
-        """The menu with the submenu of its first device, by keyboard."""
-        self.open_menu()
-        # Down to the device and into its menu; the disabled items are passed over.
-        self.desktop.keys("Down", "Down", "Down", "Right")
-        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
-
     def show_windows(self):
         """Every window there is, with the first entry's device in that of a device."""
         name = self.quillbox.titles()[DEVICES][0]
@@ -122,7 +115,7 @@ class Orders(TrayTest):
         self.run_with(self.first)
 
     def test_it_ends_while_the_menu_is_open(self):
-        self.check_ends(self.show_submenu)
+        self.check_ends(self.open_submenu)
 
     def test_it_ends_while_all_windows_are_open(self):
         self.check_ends(self.show_windows)
@@ -131,7 +124,7 @@ class Orders(TrayTest):
 
     def test_devices_come_and_go_under_an_open_submenu(self):
         self.run_with(self.first)
-        self.show_submenu()
+        self.open_submenu()
         self.plug_only(self.first, self.second)
         self.wait_settled()
         self.assertEqual(len(self.menus()), 2, "the menu stays as it was opened")
@@ -143,7 +136,7 @@ class Orders(TrayTest):
         wait_for(lambda: not any(each["mounted"] for each in self.listed()), 20 * PATIENCE, "it is unmounted")
         self.quillbox.choose(FIRST, "Mount Device")
         self.wait_settled()
-        self.show_submenu()
+        self.open_submenu()
         self.plug_only(*self.simulator.udids)
         self.wait_settled()
         for menu in self.menus():
@@ -163,7 +156,7 @@ class Orders(TrayTest):
     def test_a_slow_device_arrives_under_an_open_submenu(self):
         """Its arrival takes seconds: what is looked for once a second meets it half made."""
         self.run_with(self.first)
-        self.show_submenu()
+        self.open_submenu()
         self.simulator.ctl("latency", 250, "--device", self.second)
         self.plug_only(self.first, self.second)
         self.wait_settled()

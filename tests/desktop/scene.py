@@ -387,6 +387,13 @@ class PointerTest(DesktopTest):
                 continue
         raise AssertionError("no menu opened")
 
+    def open_submenu(self):
+        """The menu with the submenu of its first device, by keyboard."""
+        self.open_menu()
+        # Down to the device and into its menu; the disabled items are passed over.
+        self.desktop.keys("Down", "Down", "Down", "Right")
+        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
+
 
 class TrayTest(PointerTest):
     """One on a desktop with a tray of the X server."""

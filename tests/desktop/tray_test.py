@@ -176,10 +176,7 @@ class InTheXServersTray(PointerTest):
 
     def test_the_menu_opens_at_the_icon_and_is_used_by_keyboard(self):
         _, quillbox = self.start_in_the_tray()
-        self.open_menu()
-        # Down to the device and into its menu; the disabled items are passed over.
-        self.desktop.keys("Down", "Down", "Down", "Right")
-        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
+        self.open_submenu()
         self.desktop.screenshot("menu")
         # Reveal In Finder, Change Connection Root, Unmount Device.
         self.desktop.keys("Down", "Down", "Return")
@@ -191,9 +188,7 @@ class InTheXServersTray(PointerTest):
     def test_a_root_is_switched_by_keyboard(self):
         _, quillbox = self.start_in_the_tray()
         roots = json.loads(quillbox.verb("root", "Blue Phone", "--json").stdout)
-        self.open_menu()
-        self.desktop.keys("Down", "Down", "Down", "Right")
-        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
+        self.open_submenu()
         self.desktop.keys("Down", "Right")
         wait_for(lambda: len(self.menus()) == 3, 20 * PATIENCE, "the roots")
         self.desktop.screenshot("roots")
@@ -203,9 +198,7 @@ class InTheXServersTray(PointerTest):
 
     def test_a_device_leaves_while_its_menu_is_open(self):
         simulator, quillbox = self.start_in_the_tray()
-        self.open_menu()
-        self.desktop.keys("Down", "Down", "Down", "Right")
-        wait_for(lambda: len(self.menus()) == 2, 20 * PATIENCE, "the device's menu")
+        self.open_submenu()
         simulator.ctl("detach", simulator.udids[0])
         quillbox.wait_gone(VOLUME, 10 * PATIENCE)
         wait_for(lambda: len(self.menus()) == 1, 20 * PATIENCE, "the device's menu is gone")

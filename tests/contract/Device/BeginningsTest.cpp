@@ -27,14 +27,6 @@ protected:
             simulator->control({"counters", "reset"});
         });
     }
-
-    AFCFileRef open(const std::string& path, std::uint64_t mode = 1) {
-        AFCFileRef file = 0;
-        EXPECT_EQ(afc().AFCFileRefOpen(connection, path, mode, &file), kAFCSuccess);
-        return file;
-    }
-
-    void close(AFCFileRef file) { EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess); }
 };
 
 TEST_F(BeginningsTest, ComeInTheSameRoundTrip) {

@@ -381,8 +381,10 @@ AFCError DeviceTest::info(AFCConnectionRef connection, const std::string& path,
     return error != 0 ? error : closed;
 }
 
-void PlainDeviceTest::begin() {
-    start({"--devices", "1", "--no-tls"});
+void PlainDeviceTest::begin(const std::vector<std::string>& options) {
+    std::vector<std::string> all{"--devices", "1", "--no-tls"};
+    all.insert(all.end(), options.begin(), options.end());
+    start(all);
     ASSERT_NE(connected(), nullptr);
     ASSERT_NE(connection = arrivalConnection, 0U);
 }
@@ -399,6 +401,16 @@ std::string PlainDeviceTest::read(AFCFileRef file, std::int64_t offset, std::siz
     EXPECT_EQ(afc().AFCFileRefRead(connection, file, text.data(), &length), kAFCSuccess);
     text.resize(length);
     return text;
+}
+
+AFCFileRef PlainDeviceTest::open(const std::string& path, std::uint64_t mode) {
+    AFCFileRef file = 0;
+    EXPECT_EQ(afc().AFCFileRefOpen(connection, path, mode, &file), kAFCSuccess);
+    return file;
+}
+
+void PlainDeviceTest::close(AFCFileRef file) {
+    EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess);
 }
 
 }  // namespace quillbox::testing

@@ -160,12 +160,15 @@ private:
 /// One device without TLS, and its connection: files are read as a volume's thread reads them.
 class PlainDeviceTest : public DeviceTest {
 protected:
-    void begin();
+    /// With further options of the simulator.
+    void begin(const std::vector<std::string>& options = {});
 
     /// Makes a file in the device's media area.
     void makeFile(const std::string& name, std::size_t size, char fill) const;
     /// What is read at a place: fewer bytes at the end of the file.
     std::string read(AFCFileRef file, std::int64_t offset, std::size_t size);
+    AFCFileRef open(const std::string& path, std::uint64_t mode = 1);
+    void close(AFCFileRef file);
 
     static void onThread(const std::function<void()>& work) { std::thread{work}.join(); }
 

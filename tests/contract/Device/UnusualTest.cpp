@@ -8,16 +8,8 @@ namespace quillbox::testing {
 
 namespace {
 
-class UnusualTest : public DeviceTest {
+class UnusualTest : public PlainDeviceTest {
 protected:
-    void begin(const std::vector<std::string>& options = {}) {
-        std::vector<std::string> all{"--devices", "1", "--no-tls"};
-        all.insert(all.end(), options.begin(), options.end());
-        start(all);
-        ASSERT_NE(connected(), nullptr);
-        ASSERT_NE(connection = arrivalConnection, 0U);
-    }
-
     /// A file whose every place can be told from every other.
     std::string makeFile(const std::string& name, std::size_t size) const {
         std::string content;
@@ -29,28 +21,11 @@ protected:
         return content;
     }
 
-    AFCFileRef open(const std::string& path) {
-        AFCFileRef file = 0;
-        EXPECT_EQ(afc().AFCFileRefOpen(connection, path, 1, &file), kAFCSuccess);
-        return file;
-    }
-
-    /// One read as a volume makes it; may be short.
-    std::string read(AFCFileRef file, std::size_t offset, std::size_t size) {
-        std::string text(size, '\0');
-        std::uint64_t length = size;
-        EXPECT_EQ(afc().AFCFileRefSeek(connection, file, static_cast<std::int64_t>(offset), 0),
-                  kAFCSuccess);
-        EXPECT_EQ(afc().AFCFileRefRead(connection, file, text.data(), &length), kAFCSuccess);
-        text.resize(length);
-        return text;
-    }
-
     /// All of a file: what is short is gone on with, until nothing comes any more.
     std::string readInOrder(AFCFileRef file, std::size_t step) {
         std::string all;
         while (true) {
-            const std::string some = read(file, all.size(), step);
+            const std::string some = read(file, static_cast<std::int64_t>(all.size()), step);
             if (some.empty()) {
                 return all;
             }
@@ -58,7 +33,14 @@ protected:
         }
     }
 
-    AFCConnectionRef connection = 0;
+    /// A device that refuses one request of a kind as it arrives.
+    void arriveRefusing(const std::string& kind, const std::string& error) {
+        simulator = std::make_unique<Simulator>(
+            std::vector<std::string>{"--devices", "1", "--no-tls", "--detached"});
+        simulator->control({"fail", kind, "1", error});
+        startLibrary();
+        simulator->control({"attach", udidOf(1)});
+    }
 };
 
 TEST_F(UnusualTest, GivesLessAtATimeThanItIsAskedFor) {
@@ -72,7 +54,7 @@ TEST_F(UnusualTest, GivesLessAtATimeThanItIsAskedFor) {
             EXPECT_EQ(readInOrder(file, step), content) << step;
             // What is asked for becomes as small as what comes: few answers are of no use.
             EXPECT_LT(simulator->count("read"), 2 * content.size() / kLongest + 40) << step;
-            EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess);
+            close(file);
         }
     });
 }
@@ -87,13 +69,15 @@ TEST_F(UnusualTest, GivesLessAtATimeAndIsReadOutOfOrder) {
         for (const std::size_t place : {0U, 1U, 2U, 4U, 3U, 6U, 5U, 7U, 9U, 12U, 11U, 10U, 8U}) {
             std::string got;
             while (got.size() < kStep) {
-                const std::string some = read(file, place * kStep + got.size(), kStep - got.size());
+                const std::size_t at = place * kStep + got.size();
+                const std::string some =
+                    read(file, static_cast<std::int64_t>(at), kStep - got.size());
                 ASSERT_FALSE(some.empty());
                 got += some;
             }
             EXPECT_TRUE(got == content.substr(place * kStep, kStep)) << place;
         }
-        EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess);
+        close(file);
     });
 }
 
@@ -131,7 +115,7 @@ TEST_F(UnusualTest, SaysSuccessAtTheEndOfAFile) {
         simulator->control({"fail", "read", "1", "0"});
         EXPECT_EQ(read(file, 100, 100), "");
         EXPECT_EQ(read(file, 0, 100), content);
-        EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess);
+        close(file);
     });
     EXPECT_FALSE(log.has("broke"));
 }
@@ -159,12 +143,11 @@ TEST_F(UnusualTest, RefusesAPlaceBeyondAllFiles) {
     begin();
     aside([this] {
         ASSERT_EQ(writeAll(connection, "/file", "whole"), kAFCSuccess);
-        AFCFileRef file = 0;
-        ASSERT_EQ(afc().AFCFileRefOpen(connection, "/file", 2, &file), kAFCSuccess);
+        const AFCFileRef file = open("/file", 2);
         simulator->control({"fail", "seek", "1", "invalid-argument"});
         EXPECT_EQ(afc().AFCFileRefSeek(connection, file, std::int64_t{1} << 61U, 0), kAFCSuccess);
         EXPECT_NE(afc().AFCFileRefWrite(connection, file, "x", 1), kAFCSuccess);
-        EXPECT_EQ(afc().AFCFileRefClose(connection, file), kAFCSuccess);
+        close(file);
         std::string text;
         EXPECT_EQ(readAll(connection, "/file", text), kAFCSuccess);
         EXPECT_EQ(text, "whole") << "nothing is written elsewhere instead";
@@ -172,22 +155,14 @@ TEST_F(UnusualTest, RefusesAPlaceBeyondAllFiles) {
 }
 
 TEST_F(UnusualTest, TellsItsValuesOneByOneOnly) {
-    simulator = std::make_unique<Simulator>(
-        std::vector<std::string>{"--devices", "1", "--no-tls", "--detached"});
-    simulator->control({"fail", "GetValue", "1", "MissingValue"});
-    startLibrary();
-    simulator->control({"attach", udidOf(1)});
+    arriveRefusing("GetValue", "MissingValue");
     const AMDeviceRef device = connected();
     ASSERT_NE(device, nullptr);
     EXPECT_NE(DeviceLibrary::label(device).find(serialOf(1)), std::string::npos);
 }
 
 TEST_F(UnusualTest, DoesNotOfferItsMediaArea) {
-    simulator = std::make_unique<Simulator>(
-        std::vector<std::string>{"--devices", "1", "--no-tls", "--detached"});
-    simulator->control({"fail", "StartService", "1", "InvalidService"});
-    startLibrary();
-    simulator->control({"attach", udidOf(1)});
+    arriveRefusing("StartService", "InvalidService");
     EXPECT_TRUE(logged("\"com.apple.afc\" could not be opened"));
 }
 
