@@ -180,25 +180,9 @@ class Windows(PanelTest):
         self.assertEqual(os.listdir(self.quillbox.volumes), [])
 
     def make_file_manager(self):
-        """Makes a program the desktop's handler for folders; answers the file that it writes their names to."""
-        opened = os.path.join(self.folder, "opened")
-        applications = os.path.join(self.desktop.home, "data", "applications")
-        manager = os.path.join(self.folder, "manager")
-        with open(manager, "w") as script:
-            script.write(f"#!/bin/sh\nprintf '%s\\n' \"$1\" >>'{opened}'\n")
-        os.chmod(manager, 0o755)
-        with open(os.path.join(applications, "manager.desktop"), "w") as entry:
-            entry.write("[Desktop Entry]\nType=Application\nName=Manager\nMimeType=inode/directory;\n"
-                        f"Exec={manager} %f\n")
-        with open(os.path.join(applications, "mimeapps.list"), "w") as defaults:
-            defaults.write("[Default Applications]\ninode/directory=manager.desktop\n")
-        return opened
-
-    def asked(self, opened):
-        if not os.path.exists(opened):
-            return ""
-        with open(opened, encoding="utf-8") as file:
-            return urllib.parse.unquote(file.read())
+        """Makes a program the desktop's handler for folders; answers what tells all that it is asked to open."""
+        asked = self.desktop.make_handler("manager", "inode/directory")
+        return lambda: urllib.parse.unquote("\n".join(asked()))
 
     def test_reveal_opens_the_folder_in_the_desktops_file_manager(self):
         opened = self.make_file_manager()
@@ -206,7 +190,7 @@ class Windows(PanelTest):
         self.quillbox.wait_mounted(VOLUME)
         wait_for(lambda: self.quillbox.item(PHONE, "Reveal In Finder")["enabled"], 20 * PATIENCE, "it can be revealed")
         self.quillbox.choose(PHONE, "Reveal In Finder")
-        wait_for(lambda: self.quillbox.volume(VOLUME) in self.asked(opened), 20 * PATIENCE,
+        wait_for(lambda: self.quillbox.volume(VOLUME) in opened(), 20 * PATIENCE,
                  "the file manager is asked for the volume")
 
     def test_a_report_of_a_crash_is_told_once_and_shown(self):
@@ -219,7 +203,7 @@ class Windows(PanelTest):
         self.desktop.focus("Quillbox")
         self.desktop.screenshot("crash")
         self.desktop.keys("Tab", "Return")  # the second button shows the folder
-        wait_for(lambda: reports in self.asked(opened), 20 * PATIENCE, "the folder is shown")
+        wait_for(lambda: reports in opened(), 20 * PATIENCE, "the folder is shown")
         self.assertEqual(self.quillbox.terminate(), 0)
         again = self.start_on_screen(self.simulator)
         again.wait_notifier()
